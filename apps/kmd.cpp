@@ -1,0 +1,80 @@
+// The kmd command: makes databases and runs the master-data forms on them.
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "base/RuntimeError.h"
+#include "db/Connection.h"
+#include "db/Database.h"
+#include "host/Context.h"
+#include "host/ScriptHost.h"
+#include "host/Setup.h"
+
+namespace {
+
+std::string DefaultHome() {
+  const char* xdg = std::getenv("XDG_DATA_HOME");
+  const char* home = std::getenv("HOME");
+  std::filesystem::path base = xdg && *xdg ? xdg : (home ? std::filesystem::path(home) / ".local/share" : "/tmp");
+  return (base / "kmd" / "home").string();
+}
+
+std::string DefaultUser() {
+  const char* user = std::getenv("USER");
+  return user && *user ? user : "kmd";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{"kmd: master-data maintenance forms of the ERP suite"};
+  app.require_subcommand(1);
+
+  std::string db;
+  bool force = false;
+  auto* init = app.add_subcommand("init", "Make a database with the full schema and demo data");
+  init->add_option("--db", db, "Database file")->required();
+  init->add_flag("--force", force, "Replace an existing file");
+
+  std::string script;
+  std::string home = DefaultHome();
+  std::string user = DefaultUser();
+  auto* run = app.add_subcommand("run", "Run a form script (one command a line) and print its transcript");
+  run->add_option("--db", db, "Database file")->required();
+  run->add_option("SCRIPT", script, "Script file, or - for standard input")->required();
+  run->add_option("--home", home, "The user's home folder (form status files)");
+  run->add_option("--user", user, "The user's name");
+
+  CLI11_PARSE(app, argc, argv);
+
+  try {
+    if (init->parsed()) {
+      kmd::host::InitDatabase(db, force);
+      std::cout << "made " << db << "\n";
+      return 0;
+    }
+    if (run->parsed()) {
+      if (!std::filesystem::exists(db)) {
+        std::cerr << "kmd: " << db << " does not exist; make it with: kmd init --db " << db << "\n";
+        return 1;
+      }
+      auto database = std::make_shared<kmd::db::Database>(kmd::db::Open(db));
+      auto context = std::make_shared<kmd::host::Context>(database, kmd::IUserInfo{user, home, ""});
+      kmd::host::ScriptHost host(context, std::cout, std::cerr);
+      if (script == "-") return host.Run(std::cin, "<stdin>");
+      std::ifstream in(script);
+      if (!in) {
+        std::cerr << "kmd: cannot read " << script << "\n";
+        return 1;
+      }
+      return host.Run(in, script);
+    }
+  } catch (const kmd::RuntimeError& e) {
+    std::cerr << "kmd: " << e.what() << "\n";
+    return 1;
+  }
+  return 0;
+}

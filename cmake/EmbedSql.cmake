@@ -1,0 +1,12 @@
+# Writes OUT: a C++ source that holds every schema file of DIR (sorted by name) as a string.
+file(GLOB files ${DIR}/*.sql)
+list(SORT files)
+set(body "#include \"schema/Schema.h\"\n\nnamespace kmd::schema {\n\nconst std::vector<Script>& Scripts() {\n  static const std::vector<Script> scripts = {\n")
+foreach(f ${files})
+  get_filename_component(name ${f} NAME)
+  file(READ ${f} content)
+  string(APPEND body "    {\"${name}\", R\"KMDSQL(${content})KMDSQL\"},\n")
+endforeach()
+string(APPEND body "  };\n  return scripts;\n}\n\n}  // namespace kmd::schema\n")
+file(WRITE ${OUT}.tmp "${body}")
+execute_process(COMMAND ${CMAKE_COMMAND} -E copy_if_different ${OUT}.tmp ${OUT})

@@ -1,0 +1,245 @@
+#include "base/Text.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace kmd::text {
+
+std::string LTrim(std::string_view s) {
+  size_t b = 0;
+  while (b < s.size() && s[b] == ' ') ++b;
+  return std::string(s.substr(b));
+}
+
+std::string RTrim(std::string_view s) {
+  size_t e = s.size();
+  while (e > 0 && s[e - 1] == ' ') --e;
+  return std::string(s.substr(0, e));
+}
+
+std::string Trim(std::string_view s) { return LTrim(RTrim(s)); }
+
+double Val(std::string_view s) {
+  size_t i = 0;
+  auto skip = [&] {
+    while (i < s.size() && (s[i] == ' ' || s[i] == '\t' || s[i] == '\n' || s[i] == '\r')) ++i;
+  };
+  skip();
+  if (i + 1 < s.size() && s[i] == '&' && (s[i + 1] == 'H' || s[i + 1] == 'h' || s[i + 1] == 'O' || s[i + 1] == 'o')) {
+    int base = (s[i + 1] == 'H' || s[i + 1] == 'h') ? 16 : 8;
+    i += 2;
+    long long v = 0;
+    bool any = false;
+    while (i < s.size()) {
+      char c = s[i];
+      int d = -1;
+      if (c >= '0' && c <= '9') d = c - '0';
+      else if (base == 16 && c >= 'a' && c <= 'f') d = c - 'a' + 10;
+      else if (base == 16 && c >= 'A' && c <= 'F') d = c - 'A' + 10;
+      if (d < 0 || d >= base) break;
+      v = v * base + d;
+      any = true;
+      ++i;
+      if (v > 0xFFFFFFFFLL) break;
+    }
+    if (!any) return 0;
+    // &H values are 16- or 32-bit signed, as the suite reads them.
+    if (v <= 0xFFFF && base == 16) return v > 0x7FFF ? v - 0x10000 : v;
+    if (v <= 0xFFFFFFFFLL) return v > 0x7FFFFFFF ? v - 0x100000000LL : v;
+    return static_cast<double>(v);
+  }
+  // Val ignores blanks inside the number; collect the characters that form it.
+  std::string num;
+  bool digits = false, dot = false, exp = false;
+  if (i < s.size() && (s[i] == '+' || s[i] == '-')) num += s[i++];
+  for (; i < s.size(); ++i) {
+    char c = s[i];
+    if (c == ' ' || c == '\t') continue;
+    if (c >= '0' && c <= '9') {
+      num += c;
+      digits = true;
+    } else if (c == '.' && !dot && !exp) {
+      num += c;
+      dot = true;
+    } else if ((c == 'e' || c == 'E' || c == 'd' || c == 'D') && digits && !exp) {
+      size_t j = i + 1;
+      if (j < s.size() && (s[j] == '+' || s[j] == '-')) ++j;
+      if (j < s.size() && s[j] >= '0' && s[j] <= '9') {
+        num += 'e';
+        if (s[i + 1] == '+' || s[i + 1] == '-') num += s[++i];
+        exp = true;
+      } else {
+        break;
+      }
+    } else {
+      break;
+    }
+  }
+  if (!digits) return 0;
+  return std::strtod(num.c_str(), nullptr);
+}
+
+bool IsNumeric(std::string_view s) {
+  std::string t = Trim(s);
+  if (t.empty()) return false;
+  char* end = nullptr;
+  std::strtod(t.c_str(), &end);
+  return end && *end == '\0';
+}
+
+double RoundHalfEven(double v) { return std::nearbyint(v); }
+
+std::string FormatNumber(double v) {
+  if (std::isfinite(v) && v == std::floor(v) && std::fabs(v) < 1e15) {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%.0f", v);
+    return buf;
+  }
+  char buf[64];
+  for (int prec = 1; prec <= 17; ++prec) {
+    std::snprintf(buf, sizeof buf, "%.*g", prec, v);
+    if (std::strtod(buf, nullptr) == v) break;
+  }
+  return buf;
+}
+
+std::string UCase(std::string_view s) {
+  std::string r(s);
+  for (auto& c : r)
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  return r;
+}
+
+std::string LCase(std::string_view s) {
+  std::string r(s);
+  for (auto& c : r)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  return r;
+}
+
+bool EqualsNoCase(std::string_view a, std::string_view b) { return UCase(a) == UCase(b); }
+
+std::u16string ToUtf16(std::string_view s) {
+  std::u16string out;
+  out.reserve(s.size());
+  size_t i = 0;
+  while (i < s.size()) {
+    unsigned char c = static_cast<unsigned char>(s[i]);
+    uint32_t cp;
+    int extra;
+    if (c < 0x80) { cp = c; extra = 0; }
+    else if ((c >> 5) == 6) { cp = c & 0x1F; extra = 1; }
+    else if ((c >> 4) == 14) { cp = c & 0x0F; extra = 2; }
+    else if ((c >> 3) == 30) { cp = c & 0x07; extra = 3; }
+    else { out.push_back(0xFFFD); ++i; continue; }
+    bool bad = false;
+    for (int k = 1; k <= extra; ++k) {
+      if (i + k >= s.size() || (static_cast<unsigned char>(s[i + k]) >> 6) != 2) { bad = true; break; }
+      cp = (cp << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3F);
+    }
+    if (bad) { out.push_back(0xFFFD); ++i; continue; }
+    i += extra + 1;
+    if (cp >= 0x10000) {
+      cp -= 0x10000;
+      out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
+      out.push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
+    } else {
+      out.push_back(static_cast<char16_t>(cp));
+    }
+  }
+  return out;
+}
+
+std::string FromUtf16(std::u16string_view s) {
+  std::string out;
+  out.reserve(s.size());
+  for (size_t i = 0; i < s.size(); ++i) {
+    uint32_t cp = s[i];
+    if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < s.size() && s[i + 1] >= 0xDC00 && s[i + 1] <= 0xDFFF) {
+      cp = 0x10000 + ((cp - 0xD800) << 10) + (s[i + 1] - 0xDC00);
+      ++i;
+    }
+    if (cp < 0x80) {
+      out += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+      out += static_cast<char>(0xC0 | (cp >> 6));
+      out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else if (cp < 0x10000) {
+      out += static_cast<char>(0xE0 | (cp >> 12));
+      out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+      out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+      out += static_cast<char>(0xF0 | (cp >> 18));
+      out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+      out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+      out += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+  }
+  return out;
+}
+
+size_t Len(std::string_view s) { return ToUtf16(s).size(); }
+
+std::string Left(std::string_view s, size_t n) {
+  auto u = ToUtf16(s);
+  return FromUtf16(std::u16string_view(u).substr(0, n));
+}
+
+std::string Right(std::string_view s, size_t n) {
+  auto u = ToUtf16(s);
+  if (n >= u.size()) return std::string(s);
+  return FromUtf16(std::u16string_view(u).substr(u.size() - n));
+}
+
+std::string Mid(std::string_view s, size_t start, size_t length) {
+  auto u = ToUtf16(s);
+  if (start < 1) start = 1;
+  if (start > u.size()) return "";
+  return FromUtf16(std::u16string_view(u).substr(start - 1, length));
+}
+
+size_t InStr(std::string_view haystack, std::string_view needle, size_t start) {
+  auto h = ToUtf16(haystack);
+  auto n = ToUtf16(needle);
+  if (start < 1) start = 1;
+  if (start > h.size() + 1) return 0;
+  auto pos = std::u16string_view(h).find(n, start - 1);
+  return pos == std::u16string::npos ? 0 : pos + 1;
+}
+
+std::string Replace(std::string_view s, std::string_view what, std::string_view with) {
+  if (what.empty()) return std::string(s);
+  std::string out;
+  size_t i = 0;
+  while (true) {
+    size_t p = s.find(what, i);
+    if (p == std::string_view::npos) break;
+    out.append(s.substr(i, p - i));
+    out.append(with);
+    i = p + what.size();
+  }
+  out.append(s.substr(i));
+  return out;
+}
+
+std::vector<std::string> Split(std::string_view s, char sep) {
+  std::vector<std::string> out;
+  size_t i = 0;
+  while (true) {
+    size_t p = s.find(sep, i);
+    if (p == std::string_view::npos) {
+      out.emplace_back(s.substr(i));
+      break;
+    }
+    out.emplace_back(s.substr(i, p - i));
+    i = p + 1;
+  }
+  return out;
+}
+
+bool StartsWithNoCase(std::string_view s, std::string_view prefix) {
+  return s.size() >= prefix.size() && EqualsNoCase(s.substr(0, prefix.size()), prefix);
+}
+
+}  // namespace kmd::text

@@ -1,0 +1,50 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Text and number helpers with the suite's meaning. Counts of characters are in UTF-16 code
+// units, so that lengths, Left, Mid and InStr agree with the suite on any text; strings are UTF-8.
+namespace kmd::text {
+
+// Removes leading and trailing blanks (space only, as the suite's Trim does).
+std::string Trim(std::string_view s);
+std::string LTrim(std::string_view s);
+std::string RTrim(std::string_view s);
+
+// Numeric reading of the start of a text, as Val does: blanks are skipped, digits with an optional
+// sign, decimal point and exponent, or &H/&O prefixes; no number reads 0.
+double Val(std::string_view s);
+
+// True when the whole trimmed text is a number (IsNumeric).
+bool IsNumeric(std::string_view s);
+
+// Rounds to the nearest whole number, halves to even (banker's rounding).
+double RoundHalfEven(double v);
+
+// Number written as the suite writes it: whole numbers without a decimal point, others with the
+// shortest round-trip digits.
+std::string FormatNumber(double v);
+
+// Latin-only upper and lower case: other characters are left as they are.
+std::string UCase(std::string_view s);
+std::string LCase(std::string_view s);
+bool EqualsNoCase(std::string_view a, std::string_view b);
+
+// UTF-16 code unit counts and slices.
+std::u16string ToUtf16(std::string_view s);
+std::string FromUtf16(std::u16string_view s);
+size_t Len(std::string_view s);
+std::string Left(std::string_view s, size_t n);
+std::string Right(std::string_view s, size_t n);
+// 1-based start, like Mid; npos length takes the rest.
+std::string Mid(std::string_view s, size_t start, size_t length = std::string::npos);
+// 1-based position of needle in haystack from start, 0 when absent (InStr, binary compare).
+size_t InStr(std::string_view haystack, std::string_view needle, size_t start = 1);
+
+std::string Replace(std::string_view s, std::string_view what, std::string_view with);
+std::vector<std::string> Split(std::string_view s, char sep);
+bool StartsWithNoCase(std::string_view s, std::string_view prefix);
+
+}  // namespace kmd::text

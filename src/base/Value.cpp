@@ -1,0 +1,117 @@
+#include "base/Value.h"
+
+#include <cmath>
+#include <limits>
+
+#include "base/RuntimeError.h"
+#include "base/Text.h"
+
+namespace kmd {
+
+namespace {
+Value FromWide(long long v) {
+  if (v >= std::numeric_limits<int32_t>::min() && v <= std::numeric_limits<int32_t>::max())
+    return Value(static_cast<int>(v));
+  return Value(static_cast<double>(v));
+}
+}  // namespace
+
+Value::Value(long v) { *this = FromWide(v); }
+Value::Value(long long v) { *this = FromWide(v); }
+
+Value Value::Null() {
+  Value v;
+  v.m_Type = Type::Null;
+  return v;
+}
+
+Value Value::Date(std::string text) {
+  Value v(std::move(text));
+  v.m_Type = Type::Date;
+  return v;
+}
+
+std::string Value::ToText() const {
+  switch (m_Type) {
+    case Type::Empty:
+    case Type::Null:
+      return "";
+    case Type::Boolean:
+      return std::get<bool>(m_Data) ? "True" : "False";
+    case Type::Long:
+      return std::to_string(std::get<int32_t>(m_Data));
+    case Type::Double:
+      return text::FormatNumber(std::get<double>(m_Data));
+    case Type::String:
+    case Type::Date:
+      return std::get<std::string>(m_Data);
+    case Type::Bytes: {
+      const auto& b = std::get<Bytes>(m_Data);
+      return std::string(b.begin(), b.end());
+    }
+  }
+  return "";
+}
+
+double Value::ToDouble() const {
+  switch (m_Type) {
+    case Type::Empty:
+    case Type::Null:
+      return 0;
+    case Type::Boolean:
+      return std::get<bool>(m_Data) ? -1 : 0;
+    case Type::Long:
+      return std::get<int32_t>(m_Data);
+    case Type::Double:
+      return std::get<double>(m_Data);
+    default:
+      return text::Val(ToText());
+  }
+}
+
+int32_t Value::ToLong() const {
+  if (m_Type == Type::Long) return std::get<int32_t>(m_Data);
+  double d = text::RoundHalfEven(ToDouble());
+  if (!std::isfinite(d) || d < std::numeric_limits<int32_t>::min() ||
+      d > std::numeric_limits<int32_t>::max())
+    throw RuntimeError("Overflow");
+  return static_cast<int32_t>(d);
+}
+
+bool Value::ToBool() const {
+  if (m_Type == Type::Boolean) return std::get<bool>(m_Data);
+  if (m_Type == Type::String) {
+    std::string t = text::Trim(std::get<std::string>(m_Data));
+    if (text::EqualsNoCase(t, "true")) return true;
+    if (text::EqualsNoCase(t, "false") || t.empty()) return false;
+  }
+  return ToDouble() != 0;
+}
+
+const Value::Bytes& Value::ToBytes() const {
+  static const Bytes kNone;
+  if (m_Type == Type::Bytes) return std::get<Bytes>(m_Data);
+  return kNone;
+}
+
+std::string Value::Display() const {
+  switch (m_Type) {
+    case Type::Empty:
+      return "Empty";
+    case Type::Null:
+      return "Null";
+    case Type::String:
+    case Type::Date:
+      return "\"" + std::get<std::string>(m_Data) + "\"";
+    case Type::Bytes:
+      return "<" + std::to_string(std::get<Bytes>(m_Data).size()) + " bytes>";
+    default:
+      return ToText();
+  }
+}
+
+bool Value::operator==(const Value& other) const {
+  return m_Type == other.m_Type && m_Data == other.m_Data;
+}
+
+}  // namespace kmd

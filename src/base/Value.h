@@ -1,0 +1,56 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace kmd {
+
+// The Variant of the forms: Empty, Null, Boolean, Long (32-bit), Double, String, Bytes, and Date
+// kept as text. Conversions follow the suite: Null appended to "" is "", a text that is no number
+// reads 0, whole numbers are rounded half to even.
+class Value {
+ public:
+  enum class Type { Empty, Null, Boolean, Long, Double, String, Bytes, Date };
+  using Bytes = std::vector<unsigned char>;
+
+  Value() = default;
+  Value(bool b) : m_Type(Type::Boolean), m_Data(b) {}
+  Value(int v) : m_Type(Type::Long), m_Data(static_cast<int32_t>(v)) {}
+  Value(long v);
+  Value(long long v);
+  Value(double d) : m_Type(Type::Double), m_Data(d) {}
+  Value(const char* s) : m_Type(Type::String), m_Data(std::string(s)) {}
+  Value(std::string s) : m_Type(Type::String), m_Data(std::move(s)) {}
+  Value(Bytes b) : m_Type(Type::Bytes), m_Data(std::move(b)) {}
+
+  static Value Null();
+  static Value Date(std::string text);
+
+  Type GetType() const { return m_Type; }
+  bool IsEmpty() const { return m_Type == Type::Empty; }
+  bool IsNull() const { return m_Type == Type::Null; }
+  bool IsNumeric() const { return m_Type == Type::Long || m_Type == Type::Double || m_Type == Type::Boolean; }
+
+  // Text of the value as "" & value gives it: Empty and Null give "", True gives "True".
+  std::string ToText() const;
+  // Numeric reading: numbers as they are, text by Val (no number reads 0), Null and Empty 0.
+  double ToDouble() const;
+  // Whole number, rounded half to even; throws RuntimeError when it does not fit 32 bits.
+  int32_t ToLong() const;
+  // Non-zero numbers and the texts "True"/"-1"/non-zero numbers are true.
+  bool ToBool() const;
+  const Bytes& ToBytes() const;
+
+  // How a transcript writes the value: True/False, numbers as digits, strings in double quotes,
+  // Null and Empty by name.
+  std::string Display() const;
+
+  bool operator==(const Value& other) const;
+
+ private:
+  Type m_Type = Type::Empty;
+  std::variant<std::monostate, bool, int32_t, double, std::string, Bytes> m_Data;
+};
+
+}  // namespace kmd

@@ -1,0 +1,38 @@
+#pragma once
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/Value.h"
+#include "db/Recordset.h"
+
+namespace kmd::db {
+
+struct QueryResult {
+  std::vector<std::string> columns;
+  std::vector<Row> rows;
+};
+
+// A driver's connection: runs exactly one statement of the suite's dialect (adapting it to its
+// engine), with optional "?" parameters. Failures are returned, never thrown.
+class Connection {
+ public:
+  virtual ~Connection() = default;
+  // Runs one statement. Gives "" on success, else the error's description. `out` may be null.
+  // Text after the first statement is refused as an error and not executed.
+  virtual std::string Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) = 0;
+  virtual std::string Begin() = 0;
+  virtual std::string Commit() = 0;
+  virtual std::string Rollback() = 0;
+  virtual bool InTransaction() const = 0;
+  // "sqlite" or "postgres".
+  virtual std::string DriverName() const = 0;
+  // Runs a script of several statements of the engine's own dialect (schema set-up only).
+  virtual std::string RunScript(const std::string& script) = 0;
+};
+
+// Opens a database by its address: a file path (SQLite) or "postgres://..." / "postgresql://...".
+// Throws RuntimeError when it cannot be opened.
+std::shared_ptr<Connection> Open(const std::string& address);
+
+}  // namespace kmd::db

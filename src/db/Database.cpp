@@ -1,0 +1,108 @@
+#include "db/Database.h"
+
+#include "base/RuntimeError.h"
+#include "base/Text.h"
+
+namespace kmd::db {
+
+namespace {
+
+class Command : public IDbCommand {
+ public:
+  Command(std::shared_ptr<Database> db, std::string sql) : m_Db(std::move(db)), m_Sql(std::move(sql)) {}
+
+  int32_t Execute() override {
+    m_Db->Run(m_Sql, nullptr);
+    return 0;
+  }
+
+  Value ExecuteScalar() override {
+    QueryResult r;
+    if (!m_Db->Run(m_Sql, &r).empty()) return Value::Null();
+    if (r.rows.empty() || r.rows[0].empty()) return Value::Null();
+    return r.rows[0][0];
+  }
+
+  RecordsetPtr OpenRecordset() override {
+    QueryResult r;
+    if (!m_Db->Run(m_Sql, &r).empty()) return std::make_shared<Recordset>();
+    auto rs = std::make_shared<Recordset>(std::move(r.columns), std::move(r.rows));
+    std::string table = TableOf(m_Sql);
+    if (!table.empty()) {
+      std::weak_ptr<Database> weak = m_Db;
+      rs->SetInserter([weak, table](const std::vector<std::string>& cols, const Row& row) -> std::string {
+        auto db = weak.lock();
+        if (!db) return "the database is closed";
+        std::string names, marks;
+        std::vector<Value> params;
+        for (size_t i = 0; i < cols.size(); ++i) {
+          if (row[i].IsNull() || row[i].IsEmpty()) continue;
+          if (!names.empty()) { names += ","; marks += ","; }
+          names += "\"" + cols[i] + "\"";
+          marks += "?";
+          params.push_back(row[i]);
+        }
+        return db->GetConnection().Run("INSERT INTO " + table + " (" + names + ") VALUES (" + marks + ")", params, nullptr);
+      });
+    }
+    return rs;
+  }
+
+ private:
+  // The single table of a "SELECT ... FROM table" statement, for rows added through AddNew.
+  static std::string TableOf(const std::string& sql) {
+    std::string upper = text::UCase(sql);
+    size_t p = upper.find(" FROM ");
+    if (p == std::string::npos) return "";
+    size_t b = p + 6;
+    while (b < sql.size() && sql[b] == ' ') ++b;
+    size_t e = b;
+    while (e < sql.size() && sql[e] != ' ' && sql[e] != ';' && sql[e] != ',') ++e;
+    std::string rest = text::Trim(upper.substr(e));
+    if (rest.find(" JOIN ") != std::string::npos || rest.find(',') == 0) return "";
+    std::string t = sql.substr(b, e - b);
+    if (text::StartsWithNoCase(t, "dbo.")) t = t.substr(4);
+    return t;
+  }
+
+  std::shared_ptr<Database> m_Db;
+  std::string m_Sql;
+};
+
+}  // namespace
+
+Database::Database(std::shared_ptr<Connection> connection) : m_Connection(std::move(connection)) {}
+
+std::shared_ptr<IDbCommand> Database::CreateCommand(const std::string& sql, int32_t) {
+  return std::make_shared<Command>(shared_from_this(), sql);
+}
+
+std::string Database::Run(const std::string& sql, QueryResult* out) {
+  if (m_Trace) m_Trace(sql);
+  m_LastError = m_Connection->Run(sql, {}, out);
+  return m_LastError;
+}
+
+void Database::BeginTrans() {
+  std::string err = m_Connection->Begin();
+  if (!err.empty()) throw RuntimeError(err);
+}
+
+void Database::CommitTrans() {
+  std::string err = m_Connection->Commit();
+  if (!err.empty()) throw RuntimeError(err);
+}
+
+void Database::RollbackTrans() {
+  std::string err = m_Connection->Rollback();
+  if (!err.empty()) throw RuntimeError(err);
+}
+
+bool Database::InTrans() { return m_Connection->InTransaction(); }
+
+Value Database::Item(const Value& key) const {
+  if (text::EqualsNoCase(key.ToText(), "driver")) return Value(m_Connection->DriverName());
+  return Value("");
+}
+
+}  // namespace kmd::db

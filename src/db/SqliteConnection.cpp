@@ -1,0 +1,138 @@
+#include "db/SqliteConnection.h"
+
+#include <sqlite3.h>
+
+#include "base/RuntimeError.h"
+#include "db/Dialect.h"
+
+namespace kmd::db {
+
+SqliteConnection::SqliteConnection(const std::string& path) {
+  int rc = sqlite3_open_v2(path.c_str(), &m_Db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  if (rc != SQLITE_OK) {
+    std::string msg = m_Db ? sqlite3_errmsg(m_Db) : "out of memory";
+    sqlite3_close(m_Db);
+    m_Db = nullptr;
+    throw RuntimeError("cannot open database " + path + ": " + msg);
+  }
+  sqlite3_busy_timeout(m_Db, 5000);
+  sqlite3_exec(m_Db, "PRAGMA foreign_keys=OFF", nullptr, nullptr, nullptr);
+}
+
+SqliteConnection::~SqliteConnection() {
+  if (m_Db) {
+    if (!sqlite3_get_autocommit(m_Db)) sqlite3_exec(m_Db, "ROLLBACK", nullptr, nullptr, nullptr);
+    sqlite3_close_v2(m_Db);
+  }
+}
+
+namespace {
+
+bool OnlyBlanksOrSemicolons(const char* p) {
+  // Text after the statement may only be blanks, semicolons and comments.
+  while (*p) {
+    if (*p == ' ' || *p == '\t' || *p == '\r' || *p == '\n' || *p == ';') {
+      ++p;
+    } else if (p[0] == '-' && p[1] == '-') {
+      while (*p && *p != '\n') ++p;
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+Value ColumnValue(sqlite3_stmt* st, int i) {
+  switch (sqlite3_column_type(st, i)) {
+    case SQLITE_INTEGER:
+      return Value(static_cast<long long>(sqlite3_column_int64(st, i)));
+    case SQLITE_FLOAT:
+      return Value(sqlite3_column_double(st, i));
+    case SQLITE_TEXT:
+      return Value(std::string(reinterpret_cast<const char*>(sqlite3_column_text(st, i)),
+                               static_cast<size_t>(sqlite3_column_bytes(st, i))));
+    case SQLITE_BLOB: {
+      const auto* p = static_cast<const unsigned char*>(sqlite3_column_blob(st, i));
+      return Value(Value::Bytes(p, p + sqlite3_column_bytes(st, i)));
+    }
+    default:
+      return Value::Null();
+  }
+}
+
+void Bind(sqlite3_stmt* st, int i, const Value& v) {
+  switch (v.GetType()) {
+    case Value::Type::Empty:
+    case Value::Type::Null:
+      sqlite3_bind_null(st, i);
+      break;
+    case Value::Type::Boolean:
+      sqlite3_bind_int(st, i, v.ToBool() ? 1 : 0);
+      break;
+    case Value::Type::Long:
+      sqlite3_bind_int(st, i, v.ToLong());
+      break;
+    case Value::Type::Double:
+      sqlite3_bind_double(st, i, v.ToDouble());
+      break;
+    case Value::Type::Bytes: {
+      const auto& b = v.ToBytes();
+      sqlite3_bind_blob(st, i, b.data(), static_cast<int>(b.size()), SQLITE_TRANSIENT);
+      break;
+    }
+    default: {
+      std::string s = v.ToText();
+      sqlite3_bind_text(st, i, s.c_str(), static_cast<int>(s.size()), SQLITE_TRANSIENT);
+    }
+  }
+}
+
+}  // namespace
+
+std::string SqliteConnection::Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) {
+  std::string adapted = dialect::ToSqlite(sql);
+  sqlite3_stmt* st = nullptr;
+  const char* tail = nullptr;
+  int rc = sqlite3_prepare_v2(m_Db, adapted.c_str(), static_cast<int>(adapted.size()), &st, &tail);
+  if (rc != SQLITE_OK) return sqlite3_errmsg(m_Db);
+  if (!st) return "empty statement";
+  if (tail && !OnlyBlanksOrSemicolons(tail)) {
+    sqlite3_finalize(st);
+    return "only one statement may be run at a time";
+  }
+  for (size_t i = 0; i < params.size(); ++i) Bind(st, static_cast<int>(i + 1), params[i]);
+  if (out) {
+    out->columns.clear();
+    out->rows.clear();
+    int n = sqlite3_column_count(st);
+    for (int i = 0; i < n; ++i) out->columns.emplace_back(sqlite3_column_name(st, i));
+  }
+  while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
+    if (!out) continue;
+    int n = sqlite3_column_count(st);
+    Row row;
+    row.reserve(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) row.push_back(ColumnValue(st, i));
+    out->rows.push_back(std::move(row));
+  }
+  std::string err;
+  if (rc != SQLITE_DONE) err = sqlite3_errmsg(m_Db);
+  sqlite3_finalize(st);
+  return err;
+}
+
+std::string SqliteConnection::Begin() { return Run("BEGIN", {}, nullptr); }
+std::string SqliteConnection::Commit() { return Run("COMMIT", {}, nullptr); }
+std::string SqliteConnection::Rollback() { return Run("ROLLBACK", {}, nullptr); }
+bool SqliteConnection::InTransaction() const { return sqlite3_get_autocommit(m_Db) == 0; }
+
+std::string SqliteConnection::RunScript(const std::string& script) {
+  char* msg = nullptr;
+  int rc = sqlite3_exec(m_Db, script.c_str(), nullptr, nullptr, &msg);
+  std::string err;
+  if (rc != SQLITE_OK) err = msg ? msg : "error";
+  sqlite3_free(msg);
+  return err;
+}
+
+}  // namespace kmd::db

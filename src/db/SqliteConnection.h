@@ -1,0 +1,32 @@
+#pragma once
+#include <string>
+
+#include "db/Connection.h"
+
+struct sqlite3;
+
+namespace kmd::db {
+
+// The embedded default database. Statements are adapted by the dialect adapter before they are
+// prepared; Latin case of identifiers does not matter, as on the suite's server.
+class SqliteConnection : public Connection {
+ public:
+  // Opens or creates the file. Throws RuntimeError when it cannot.
+  explicit SqliteConnection(const std::string& path);
+  ~SqliteConnection() override;
+  SqliteConnection(const SqliteConnection&) = delete;
+  SqliteConnection& operator=(const SqliteConnection&) = delete;
+
+  std::string Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) override;
+  std::string Begin() override;
+  std::string Commit() override;
+  std::string Rollback() override;
+  bool InTransaction() const override;
+  std::string DriverName() const override { return "sqlite"; }
+  std::string RunScript(const std::string& script) override;
+
+ private:
+  sqlite3* m_Db = nullptr;
+};
+
+}  // namespace kmd::db

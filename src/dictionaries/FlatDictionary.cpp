@@ -1,0 +1,282 @@
+#include "dictionaries/FlatDictionary.h"
+
+#include "base/RuntimeError.h"
+#include "base/Text.h"
+
+namespace kmd {
+
+FlatDictionary::FlatDictionary(std::string className, view::Platform& platform)
+    : Form(std::move(className), platform) {}
+
+void FlatDictionary::InitProperties() {
+  m_Tv->Selected = [this](const NodePtr& node) { m_Tv_Selected(node); };
+  SetEnabled(false);
+}
+
+view::TextField* FlatDictionary::AddField(int index, const std::string& caption) {
+  auto* f = m_Controls.Add<view::TextField>("qnT", index, caption);
+  f->Change = [this] { m_IsDirty = true; };
+  qnT.Set(index, f);
+  return f;
+}
+
+void FlatDictionary::AddIdLabel(const std::string& name, int index, const std::string& caption) {
+  m_Controls.Add<view::Label>("Label1", -1, caption);
+  m_IdLabel = m_Controls.Add<view::Label>(name, index);
+}
+
+double FlatDictionary::Num(db::Recordset& rs, const std::string& column) {
+  return text::Val(rs.Fields(column).ToText());
+}
+
+std::string FlatDictionary::Str(db::Recordset& rs, const std::string& column) { return rs.Fields(column).ToText(); }
+
+std::string FlatDictionary::Code() const { return text::Trim(qnT(0).Text()); }
+
+view::TextField& FlatDictionary::NameField() const { return m_CodeColumn.empty() ? qnT(0) : qnT(1); }
+
+std::string FlatDictionary::Name() const { return text::Trim(NameField().Text()); }
+
+std::string FlatDictionary::NodeText(const std::string& code, const std::string& name) const {
+  return m_NodeShowsCode ? code + "  " + name : name;
+}
+
+int32_t FlatDictionary::EditingId() const {
+  if (!m_IdLabel) return m_ID;
+  return Value(text::Val(m_IdLabel->Caption())).ToLong();
+}
+
+void FlatDictionary::Refuse(const Refusal& r) {
+  if (r.channel == Refusal::Box) MsgBox(r.text, r.style, r.title);
+  else RaiseErrMessage(r.text, r.level, r.title);
+}
+
+bool FlatDictionary::RefuseEmpty(view::TextField& field, const std::string& text, int style,
+                                 const std::string& title) {
+  if (!field.Text().empty()) return false;
+  MsgBox(text, style, title);
+  return true;
+}
+
+bool FlatDictionary::Taken(const std::string& sql, bool byRow) {
+  auto db = Database();
+  if (byRow) {
+    auto rs = db->CreateCommand(sql, 1)->OpenRecordset();
+    bool found = !rs->Eof();
+    rs->Close();
+    return found;
+  }
+  return db->CreateCommand(sql, 1)->ExecuteScalar().ToDouble() > 0;
+}
+
+void FlatDictionary::RefuseDuplicate(const std::string& text, view::TextField* focus, int style,
+                                     const std::string& title) {
+  MsgBox(text, style, title);
+  if (focus) m_FormHelper->SetFocusTo(*focus);
+}
+
+db::RecordsetPtr FlatDictionary::Query(const std::string& sql) {
+  auto db = Database();
+  auto rs = db->CreateCommand(sql, 1)->OpenRecordset();
+  return rs;
+}
+
+bool FlatDictionary::Refresh() {
+  try {
+    m_Tv->ClearTreeView();
+    m_Tv->NodeAdd({}, -1, "ROOT", m_RootText);
+    auto db = Database();
+    auto rs = db->CreateCommand(m_LoadSql, 1)->OpenRecordset();
+    std::string err = db->LastError().Description();
+    if (!err.empty()) {
+      RaiseErrMessage(m_LoadErrorPrefix + err, kFailure, m_Title);
+      return false;
+    }
+    while (!rs->Eof()) {
+      std::string id = text::Trim(Str(*rs, m_IdColumn));
+      std::string code = m_CodeColumn.empty() ? "" : Str(*rs, m_CodeColumn);
+      auto node = m_Tv->NodeAdd(NodeRef("ROOT"), view::tvwChild, "k" + id, NodeText(code, Str(*rs, m_NameColumn)),
+                                Value(1));
+      if (!node) throw RuntimeError("Object variable or With block variable not set");
+      node->Tag = Value(id);
+      rs->MoveNext();
+    }
+    rs->Close();
+    Tree()->SetSelectedItem(Tree()->FindKey("ROOT"));
+    m_Tv->ReSelectItem(nullptr);
+    m_IsDirty = false;
+    db->ResetState();
+    if (m_RaisesFormRefreshed) RaiseFormRefreshed();
+    return true;
+  } catch (const std::exception& e) {
+    RaiseErrMessage(std::string("刷新数据时出错：") + e.what(), kFailure, m_Title);
+    return false;
+  }
+}
+
+void FlatDictionary::m_Tv_Selected(const NodePtr& node) {
+  try {
+    ClearFields();
+    if (!node || !node->Parent()) {
+      m_ID = 0;
+      return;
+    }
+    m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();
+    UpdateScreen(m_ID);
+    if (m_IdLabel) m_IdLabel->SetCaption(std::to_string(m_ID));
+  } catch (const std::exception& e) {
+    if (!m_SelectionHandler) throw;
+    RaiseErrMessage(std::string("选择时发生错误,原因：") + e.what(), kFailure, m_Title);
+  }
+}
+
+void FlatDictionary::UpdateScreen(int32_t id) {
+  std::shared_ptr<db::IDatabase> db;
+  try {
+    db = Database();
+    auto rs = db->CreateCommand(UpdateScreenSql(id), 1)->OpenRecordset();
+    if (!(rs->Eof() && rs->Bof())) ShowRecord(*rs, id);
+    rs->Close();
+    db->ResetState();
+  } catch (const std::exception& e) {
+    RaiseErrMessage(std::string("更新屏幕时出错，原因：") + e.what(), kFailure, m_Title);
+    if (db) db->ResetState();
+  }
+}
+
+bool FlatDictionary::FileNew() {
+  ClearFields();
+  if (m_IdLabel) m_IdLabel->SetCaption("0");
+  SetEnabled(true);
+  qnT(0).SetFocus();
+  return true;
+}
+
+bool FlatDictionary::FileEdit() {
+  if (!m_Tv->IsSelected()) {
+    MsgBox(m_EditNothingSelected, view::vbInformation, "提示：");
+    return false;
+  }
+  if (!IsCanEdit()) return false;
+  SetEnabled(true);
+  qnT(0).SetFocus();
+  return true;
+}
+
+bool FlatDictionary::FileSave() {
+  try {
+    if (!IsCanSave()) return false;
+    auto db = Database();
+    int32_t editing = EditingId();
+    bool insert = editing <= 0;
+    int32_t id = editing;
+    std::string sql;
+    if (insert) {
+      NewId(id);
+      sql = InsertSql(id);
+    } else {
+      sql = UpdateSql(id);
+    }
+    db->CreateCommand(sql, 1)->Execute();
+    std::string err = db->LastError().Description();
+    if (!err.empty()) {
+      RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, m_Title);
+      return false;
+    }
+    if (insert) {
+      if (m_IdLabel) m_IdLabel->SetCaption(std::to_string(id));
+      std::string code = m_CodeColumn.empty() ? "" : qnT(0).Text();
+      auto node = m_Tv->NodeAdd(NodeRef("ROOT"), view::tvwChild, "k" + std::to_string(id),
+                                NodeText(code, NameField().Text()), Value(1));
+      if (!node) throw RuntimeError("Object variable or With block variable not set");
+      node->Tag = Value(id);
+      node->SetSelected(true);
+      node->EnsureVisible();
+    } else {
+      auto node = Tree()->SelectedItem();
+      if (!node) throw RuntimeError("Object variable or With block variable not set");
+      node->Text = NodeText(Code(), NameField().Text());
+      node->EnsureVisible();
+    }
+    m_Tv->ReSelectItem(nullptr);
+    SetEnabled(false);
+    m_IsDirty = false;
+    return true;
+  } catch (const std::exception& e) {
+    RaiseErrMessage(std::string("save中出错，原因：") + e.what(), kFailure, m_Title);
+    return false;
+  }
+}
+
+bool FlatDictionary::FileDelete() {
+  try {
+    if (!m_Tv->IsSelected()) {
+      Refuse(m_NothingSelected);
+      return false;
+    }
+    auto node = Tree()->SelectedItem();
+    if (!node->Parent()) {
+      Refuse(m_RootSelected);
+      return false;
+    }
+    if (!IsCanDelete()) return false;
+    if (MsgBox("是否删除当前记录:" + node->Text, view::vbYesNo | view::vbQuestion, "提示:") == view::vbYes) {
+      m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();
+      auto db = Database();
+      if (m_DeleteInTransaction) db->BeginTrans();
+      for (const auto& sql : DeleteSql()) db->CreateCommand(sql, 1)->Execute();
+      if (m_DeleteInTransaction) db->CommitTrans();
+      std::string journal = DeleteJournal(node->Text);
+      if (!journal.empty()) RaiseErrMessage(journal, kJournal, m_Title);
+      m_Tv->NodeDelete(node, true);
+      m_Tv->ReSelectItem(nullptr);
+    }
+    m_IsDirty = false;
+    return true;
+  } catch (const std::exception& e) {
+    std::string description = e.what();
+    try {
+      auto db = Database();
+      if (db->InTrans()) db->RollbackTrans();
+    } catch (const std::exception&) {
+    }
+    RaiseErrMessage(m_DeleteErrorText + description, kFailure, m_Title);
+    return false;
+  }
+}
+
+bool FlatDictionary::FileCancel() {
+  SetEnabled(false);
+  m_Tv->ReSelectItem(nullptr);
+  m_IsDirty = false;
+  return true;
+}
+
+bool FlatDictionary::Find(const Value&) {
+  if (!m_HasFind) return false;
+  m_FindText = "";
+  NodePtr result;
+  m_Tv->NodeFind(result, m_FindText, "", true);
+  return true;
+}
+
+bool FlatDictionary::FindNext() {
+  if (!m_HasFindNext) return false;
+  NodePtr result;
+  m_Tv->NodeFind(result, m_FindText, "", true);
+  return true;
+}
+
+bool FlatDictionary::RecordPrevious() {
+  if (!m_HasMovement) return false;
+  m_Tv->MoveNodePrevious();
+  return true;
+}
+
+bool FlatDictionary::RecordNext() {
+  if (!m_HasMovement) return false;
+  m_Tv->MoveNodeNext();
+  return true;
+}
+
+}  // namespace kmd

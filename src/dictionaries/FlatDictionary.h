@@ -1,0 +1,120 @@
+#pragma once
+#include <string>
+#include <vector>
+
+#include "db/Recordset.h"
+#include "frame/Form.h"
+
+namespace kmd {
+
+// The skeleton that every flat dictionary shares: one table of coded records under a single tree
+// root "ROOT", a child "k"+id per row, and the edit cycle of the unit-of-measure form. A member
+// sets its data in its constructor and overrides the few routines where it differs; the defaults
+// are the unit-of-measure form's behaviour.
+class FlatDictionary : public Form {
+ public:
+  FlatDictionary(std::string className, view::Platform& platform);
+
+  bool Refresh() override;
+  bool FileNew() override;
+  bool FileEdit() override;
+  bool FileSave() override;
+  bool FileDelete() override;
+  bool FileCancel() override;
+  bool Find(const Value& v) override;
+  bool FindNext() override;
+  bool RecordPrevious() override;
+  bool RecordNext() override;
+  bool IsDirty() override { return m_ReturnsDirty ? m_IsDirty : false; }
+  bool PrintPreview() override { return m_PrintMessage ? NoPrinting() : false; }
+  bool DoPrint() override { return m_PrintMessage ? NoPrinting() : false; }
+  bool PrintSetup() override { return m_PrintMessage ? NoPrinting() : false; }
+  std::string Title() const override { return m_Title; }
+
+ protected:
+  // A refusal shown either as a modal box or reported to the host through ErrMessage.
+  struct Refusal {
+    enum Channel { Box, Report } channel = Report;
+    std::string text;
+    int style = 0;  // icon of a box
+    std::string title = "提示：";
+    int32_t level = kSelection;  // level of a report
+  };
+
+  // ---- The member's data. ----
+  std::string m_Title;            // title of its reports
+  std::string m_RootText;         // text of the root node
+  std::string m_LoadSql;          // the statement of Refresh
+  std::string m_IdColumn;         // key column
+  std::string m_CodeColumn;       // code column, "" when the form has none
+  std::string m_NameColumn;       // name column
+  bool m_NodeShowsCode = true;    // node text "code  name", else the name alone
+  std::string m_LoadErrorPrefix;  // put before the description of a failed load
+  bool m_RaisesFormRefreshed = false;
+  bool m_ReturnsDirty = true;
+  bool m_PrintMessage = true;
+  bool m_HasFind = true;
+  bool m_HasFindNext = true;
+  bool m_HasMovement = true;
+  bool m_SelectionHandler = true;  // the selection traps its own run-time errors
+  bool m_DeleteInTransaction = true;
+  std::string m_DeleteErrorText = "删除时出错，请检查,原因:";
+  Refusal m_NothingSelected{Refusal::Report, "", 0, "提示：", kSelection};
+  Refusal m_RootSelected{Refusal::Report, "根节点不能删除，请检查后重试!", 0, "提示：", kSelection};
+  std::string m_EditNothingSelected = "无选择项目,不能进行编辑!";
+
+  // Controls every member has: qnT fields and, except where a form has none, the id label.
+  view::ControlArray<view::TextField> qnT;
+  view::Label* m_IdLabel = nullptr;
+
+  // ---- The member's routines. ----
+  virtual std::string UpdateScreenSql(int32_t id) const = 0;
+  // Fills the fields from the record (a row is there).
+  virtual void ShowRecord(db::Recordset& rs, int32_t id) = 0;
+  virtual bool IsCanSave() = 0;
+  virtual bool IsCanDelete() = 0;
+  // A rule that may refuse to open the selected record for editing.
+  virtual bool IsCanEdit() { return true; }
+  virtual void NewId(int32_t& id) = 0;
+  virtual std::string InsertSql(int32_t id) const = 0;
+  virtual std::string UpdateSql(int32_t id) const = 0;
+  virtual std::vector<std::string> DeleteSql() const = 0;
+  // The journal line of a delete, "" for none.
+  virtual std::string DeleteJournal(const std::string& /*nodeText*/) const { return ""; }
+  // Selection of a node: the family rule (root or nothing: m_ID 0; else load and show the id).
+  virtual void m_Tv_Selected(const NodePtr& node);
+  // Loads the record into the fields; no row leaves them as they are.
+  virtual void UpdateScreen(int32_t id);
+  // The id the save and the delete check work on: the id label's number, or m_ID without one.
+  virtual int32_t EditingId() const;
+
+  // ---- Helpers for the members' rules. ----
+  // Adds a qnT field with its caption; its typing sets m_IsDirty.
+  view::TextField* AddField(int index, const std::string& caption);
+  // Adds the id label with the caption label beside it.
+  void AddIdLabel(const std::string& name, int index, const std::string& caption);
+  // Box when the field is empty; true when it refused.
+  bool RefuseEmpty(view::TextField& field, const std::string& text, int style = view::vbInformation,
+                   const std::string& title = "提示：");
+  // True when the statement finds a duplicate: a count above 0, or any row when `byRow`.
+  bool Taken(const std::string& sql, bool byRow = false);
+  // A duplicate box, then the focus to the field (when one is given).
+  void RefuseDuplicate(const std::string& text, view::TextField* focus, int style = view::vbExclamation,
+                       const std::string& title = "提示：");
+  // Numeric reading of a column's value "& """, i.e. Null is 0.
+  static double Num(db::Recordset& rs, const std::string& column);
+  static std::string Str(db::Recordset& rs, const std::string& column);
+  std::string Code() const;  // trimmed qnT(0)
+  std::string Name() const;  // trimmed name field
+  // The field that holds the name (qnT(1), or qnT(0) where there is no code column).
+  view::TextField& NameField() const;
+  std::string NodeText(const std::string& code, const std::string& name) const;
+  void Refuse(const Refusal& r);
+
+  // Runs a query; reports a failed statement with `prefix` and gives null.
+  db::RecordsetPtr Query(const std::string& sql);
+
+  void InitProperties();
+};
+
+}  // namespace kmd

@@ -1,0 +1,110 @@
+#include "frame/Form.h"
+
+#include "base/RuntimeError.h"
+
+namespace kmd {
+
+Form::Form(std::string className, view::Platform& platform)
+    : m_IdAllocator(std::make_unique<IIdAllocator>()),
+      m_FormHelper(std::make_unique<IFormHelper>(platform)),
+      m_ValueHelper(std::make_unique<IValueHelper>()),
+      m_ClassName(std::move(className)),
+      m_Platform(platform) {}
+
+Form::~Form() = default;
+
+int32_t Form::EventNumber(FormEvent e) const {
+  switch (e) {
+    case FormEvent::Message: return 1;
+    case FormEvent::ErrMessage: return 2;
+    case FormEvent::FormRefreshed: return 3;
+    case FormEvent::Property: return 4;
+  }
+  return 0;
+}
+
+bool Form::Init(IFormContext* context, int32_t, int32_t recordId) {
+  m_Context = context;
+  if (!m_Context) throw RuntimeError("Object variable or With block variable not set");
+  m_IdAllocator->SetDatabase(m_Context->Database());
+  m_ID = recordId;
+  return true;
+}
+
+bool Form::Clear() {
+  m_Context = nullptr;
+  m_IdAllocator.reset();
+  m_FormHelper.reset();
+  m_ValueHelper.reset();
+  if (m_Tv) m_Tv->UnHookCtrl();
+  m_Tv.reset();
+  return true;
+}
+
+void Form::SetParameters(const ParameterCollection* parameters) {
+  if (!parameters || !parameters->Exists("backcolor")) return;
+  m_BackColor = parameters->Item("backcolor").ToLong();
+}
+
+void Form::RaiseMessage(const std::string& msg) {
+  if (m_Events) m_Events->Message(msg);
+}
+
+void Form::RaiseErrMessage(const std::string& msg, int32_t level, const std::string& title) {
+  if (m_Events) m_Events->ErrMessage(msg, level, title);
+}
+
+void Form::RaiseFormRefreshed() {
+  if (m_Events) m_Events->FormRefreshed();
+}
+
+void Form::RaiseProperty(const std::string& name, const Value& value, bool autoUpdate) {
+  if (m_Events) m_Events->Property(name, value, autoUpdate);
+}
+
+bool Form::NoPrinting() {
+  RaiseMessage("暂无打印功能!");
+  return false;
+}
+
+int Form::MsgBox(const std::string& text, int style, const std::string& title) {
+  return m_Platform.MsgBox(text, style, title);
+}
+
+IFormContext& Form::Context() const {
+  if (!m_Context) throw RuntimeError("Object variable or With block variable not set");
+  return *m_Context;
+}
+
+std::shared_ptr<db::IDatabase> Form::Database() const {
+  auto db = Context().Database();
+  if (!db) throw RuntimeError("Object variable or With block variable not set");
+  return db;
+}
+
+view::TreeView* Form::CreateTree(const std::string& name) {
+  auto* tv = m_Controls.Add<view::TreeView>(name);
+  m_Tv = std::make_unique<cTreeView>(m_Platform);
+  // Every image a form names by index or key exists in this list.
+  auto images = std::make_shared<view::ImageList>(
+      std::vector<std::string>{"book", "bookopen", "leaf", "folder", "folderopen", "DRAGICON"});
+  m_Tv->HookCtrl(tv, images);
+  return tv;
+}
+
+void Form::SetEnabled(bool editing) {
+  for (const auto& c : m_Controls) {
+    const std::string& type = c->TypeName();
+    if (type == "TextBox" || type == "qnTxt_S" || type == "ComboBox" || type == "CheckBox")
+      c->SetEnabled(editing);
+    else if (type == "TreeView" || type == "ListView")
+      c->SetEnabled(!editing);
+  }
+}
+
+void Form::ClearFields() {
+  m_ID = 0;
+  ClearControlValues(m_Controls);
+}
+
+}  // namespace kmd

@@ -1,0 +1,111 @@
+#pragma once
+#include <memory>
+#include <string>
+
+#include "frame/FormUI.h"
+#include "frame/Services.h"
+#include "tree/cTreeView.h"
+#include "view/Platform.h"
+#include "view/TreeView.h"
+#include "view/Widgets.h"
+
+namespace kmd {
+
+// What every form shares: the common state of the contract, its controls, its tree wrapper and
+// service objects, the events to the host, and the routines every form has (SetEnabled,
+// ClearFields). Operations that a form does not implement answer False, 0 or "".
+// A form is created for one window, handed a context by Init, and released after Clear.
+class Form : public IFormUI, public IDesignUI {
+ public:
+  Form(std::string className, view::Platform& platform);
+  ~Form() override;
+
+  const std::string& ClassName() const { return m_ClassName; }
+  void SetEventSink(IFormEvents* sink) { m_Events = sink; }
+  // Number of an event in the form's outgoing interface (Message 1, ErrMessage 2, FormRefreshed 3,
+  // Property 4 unless a form numbers them otherwise).
+  virtual int32_t EventNumber(FormEvent e) const;
+  // The title a form gives its reports; used for failures that escape a form's own handlers.
+  virtual std::string Title() const { return m_ClassName; }
+  view::Platform& GetPlatform() const { return m_Platform; }
+  view::TreeView* Tree() const { return m_Tv ? m_Tv->ctrl() : nullptr; }
+  int32_t BackColor() const { return m_BackColor; }
+
+  // IFormUI
+  bool Init(IFormContext* context, int32_t programId, int32_t recordId) override;
+  bool Clear() override;
+  bool FileNew() override { return false; }
+  bool FileNewNext() override { return false; }
+  bool FileEdit() override { return false; }
+  bool FileDelete() override { return false; }
+  bool FileSave() override { return false; }
+  bool FileCancel() override { return false; }
+  bool Find(const Value&) override { return false; }
+  bool FindNext() override { return false; }
+  bool Filter(const Value&) override { return false; }
+  bool Refresh() override { return false; }
+  bool RecordTop() override { return false; }
+  bool RecordPrevious() override { return false; }
+  bool RecordNext() override { return false; }
+  bool RecordBottom() override { return false; }
+  bool Check() override { return false; }
+  bool UnCheck() override { return false; }
+  bool PrintPreview() override { return false; }
+  bool DoPrint() override { return false; }
+  bool PrintSetup() override { return false; }
+  bool Help() override { return false; }
+  bool DoSetStatus(const std::string&, int32_t) override { return false; }
+  int32_t GetID() override { return m_ID; }
+  bool CheckStatus(const std::string&) override { return false; }
+  std::string ReturnPrintName() override { return ""; }
+  bool IsDirty() override { return false; }
+  void DoGetFormStatus() override {}
+  void DoSaveFormStatus() override {}
+  std::string Attributes(int32_t) override { return ""; }
+
+  // IDesignUI
+  view::Controls& Controls() override { return m_Controls; }
+  ParameterCollection* Parameters() override { return nullptr; }
+  void SetParameters(const ParameterCollection* parameters) override;
+
+ protected:
+  // Events to the host.
+  void RaiseMessage(const std::string& msg);
+  void RaiseErrMessage(const std::string& msg, int32_t level, const std::string& title);
+  void RaiseFormRefreshed();
+  void RaiseProperty(const std::string& name, const Value& value, bool autoUpdate);
+  // The print commands of most forms: a status line saying there is no printing yet.
+  bool NoPrinting();
+
+  int MsgBox(const std::string& text, int style, const std::string& title);
+  // The database of the context, fetched at each use. Throws RuntimeError before Init.
+  std::shared_ptr<db::IDatabase> Database() const;
+  IFormContext& Context() const;
+
+  // Creates the tree control and the wrapper, hooked with the standard image list.
+  view::TreeView* CreateTree(const std::string& name = "TV");
+  // Locks (false) or unlocks (true) the fields: text fields, text boxes, combo boxes and check
+  // boxes get `editing`, trees and list views the opposite.
+  void SetEnabled(bool editing);
+  // m_ID 0; text fields "" with value 0, text boxes and combo boxes "", check boxes 0.
+  void ClearFields();
+
+  IFormContext* m_Context = nullptr;
+  std::unique_ptr<IIdAllocator> m_IdAllocator;
+  std::unique_ptr<IFormHelper> m_FormHelper;
+  std::unique_ptr<IValueHelper> m_ValueHelper;
+  bool m_IsDirty = false;
+  int32_t m_ID = 0;
+  std::string m_FindText;
+  std::unique_ptr<cTreeView> m_Tv;
+
+  view::Controls m_Controls;
+  int32_t m_BackColor = 0;
+
+ private:
+  std::string m_ClassName;
+  view::Platform& m_Platform;
+  IFormEvents* m_Events = nullptr;
+};
+
+}  // namespace kmd

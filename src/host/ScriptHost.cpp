@@ -1,0 +1,288 @@
+#include "host/ScriptHost.h"
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <sstream>
+
+#include "base/Text.h"
+#include "host/AllForms.h"
+#include "view/TreeView.h"
+#include "view/Widgets.h"
+
+namespace kmd::host {
+
+namespace {
+
+std::string Bool(bool b) { return b ? "True" : "False"; }
+std::string Quote(const std::string& s) { return "\"" + s + "\""; }
+
+// First word of `s` and the rest after one blank.
+std::pair<std::string, std::string> SplitWord(const std::string& s) {
+  auto p = s.find(' ');
+  if (p == std::string::npos) return {s, ""};
+  return {s.substr(0, p), s.substr(p + 1)};
+}
+
+}  // namespace
+
+ScriptHost::ScriptHost(std::shared_ptr<Context> context, std::ostream& out, std::ostream& err)
+    : m_Context(std::move(context)), m_Out(out), m_Err(err) {}
+
+ScriptHost::~ScriptHost() {
+  if (m_Context) m_Context->GetDatabase()->SetTrace(nullptr);
+}
+
+int ScriptHost::Run(std::istream& script, const std::string& name) {
+  std::string line;
+  int number = 0;
+  while (std::getline(script, line)) {
+    ++number;
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    std::string trimmed = text::Trim(line);
+    if (trimmed.empty() || trimmed[0] == '#') continue;
+    m_Out << "> " << line << "\n";
+    try {
+      Execute(line);
+    } catch (const ScriptError& e) {
+      m_Out.flush();
+      m_Err << name << ":" << number << ": " << e.message << "\n";
+      return 2;
+    }
+  }
+  m_Out.flush();
+  return 0;
+}
+
+FormGuard& ScriptHost::CurrentForm() {
+  if (!m_Form) throw ScriptError{"no form is open"};
+  return *m_Form;
+}
+
+view::Control& ScriptHost::ControlNamed(const std::string& name) {
+  auto* c = CurrentForm().Controls().FindByDisplayName(name);
+  if (!c) throw ScriptError{"unknown control " + name};
+  return *c;
+}
+
+void ScriptHost::Execute(const std::string& line) {
+  auto [cmd, rest] = SplitWord(text::LTrim(line));
+  if (cmd == "open") {
+    std::istringstream in(rest);
+    std::string cls;
+    in >> cls;
+    m_ProgramId = 0;
+    m_RecordId = 0;
+    in >> m_ProgramId >> m_RecordId;
+    // A later open releases the earlier form without any call on it.
+    m_Form.reset();
+    m_Form = AllForms().Create(cls, *this);
+    if (!m_Form) throw ScriptError{"unknown form class " + cls};
+    m_Form->SetEventSink(this);
+  } else if (cmd == "type") {
+    auto [name, textTyped] = SplitWord(rest);
+    auto& c = ControlNamed(name);
+    if (auto* f = dynamic_cast<view::TextField*>(&c)) CurrentForm().Run([&] { f->UserType(textTyped); });
+    else if (auto* t = dynamic_cast<view::TextBox*>(&c)) CurrentForm().Run([&] { t->UserType(textTyped); });
+    else if (auto* cb = dynamic_cast<view::ComboBox*>(&c)) CurrentForm().Run([&] { cb->UserType(textTyped); });
+    else throw ScriptError{"cannot type into " + name};
+  } else if (cmd == "leave") {
+    auto* f = dynamic_cast<view::TextField*>(&ControlNamed(text::Trim(rest)));
+    if (!f) throw ScriptError{"cannot leave " + rest};
+    CurrentForm().Run([&] { f->UserLeave(); });
+  } else if (cmd == "click") {
+    auto& c = ControlNamed(text::Trim(rest));
+    if (auto* o = dynamic_cast<view::OptionButton*>(&c)) CurrentForm().Run([&] { o->UserClick(); });
+    else if (auto* ch = dynamic_cast<view::CheckBox*>(&c)) CurrentForm().Run([&] { ch->UserClick(); });
+    else if (auto* b = dynamic_cast<view::Button*>(&c)) CurrentForm().Run([&] { b->UserClick(); });
+    else throw ScriptError{"cannot click " + rest};
+  } else if (cmd == "pick") {
+    auto* tree = CurrentForm().Inner().Tree();
+    if (!tree) throw ScriptError{"the form has no tree"};
+    auto node = tree->FindKey(text::Trim(rest));
+    if (!node) throw ScriptError{"no node has the key " + rest};
+    CurrentForm().Run([&] { tree->UserClick(node); });
+  } else if (cmd == "answer") {
+    m_Answers.push_back(rest);
+  } else if (cmd == "trace") {
+    std::string mode = text::Trim(rest);
+    if (mode == "on") m_Context->GetDatabase()->SetTrace([this](const std::string& sql) { m_Out << "sql " << sql << "\n"; });
+    else if (mode == "off") m_Context->GetDatabase()->SetTrace(nullptr);
+    else throw ScriptError{"trace takes on or off"};
+  } else if (cmd == "show") {
+    std::string what = text::Trim(rest);
+    if (what == "tree") ShowTree();
+    else if (what == "fields") ShowFields();
+    else throw ScriptError{"show takes tree or fields"};
+  } else if (cmd == "sql") {
+    RunSql(rest);
+  } else if (cmd == "option" || cmd == "parameter") {
+    std::istringstream in(rest);
+    int32_t module = 0;
+    std::string key;
+    if (!(in >> module >> key)) throw ScriptError{cmd + " takes MODULE KEY VALUE"};
+    std::string value;
+    std::getline(in, value);
+    value = text::LTrim(value);
+    std::string err = cmd == "option" ? m_Context->SetOption(module, key, value) : m_Context->SetParameter(module, key, value);
+    if (!err.empty()) m_Out << "error " << err << "\n";
+  } else if (!CallOperation(cmd, rest)) {
+    throw ScriptError{"unknown command " + cmd};
+  }
+}
+
+bool ScriptHost::CallOperation(const std::string& op, const std::string& args) {
+  using Bool0 = bool (FormGuard::*)();
+  static const std::map<std::string, Bool0> simple = {
+      {"Clear", &FormGuard::Clear},           {"FileNew", &FormGuard::FileNew},
+      {"FileNewNext", &FormGuard::FileNewNext}, {"FileEdit", &FormGuard::FileEdit},
+      {"FileDelete", &FormGuard::FileDelete}, {"FileSave", &FormGuard::FileSave},
+      {"FileCancel", &FormGuard::FileCancel}, {"FindNext", &FormGuard::FindNext},
+      {"Refresh", &FormGuard::Refresh},       {"RecordTop", &FormGuard::RecordTop},
+      {"RecordPrevious", &FormGuard::RecordPrevious}, {"RecordNext", &FormGuard::RecordNext},
+      {"RecordBottom", &FormGuard::RecordBottom}, {"Check", &FormGuard::Check},
+      {"UnCheck", &FormGuard::UnCheck},       {"PrintPreview", &FormGuard::PrintPreview},
+      {"DoPrint", &FormGuard::DoPrint},       {"PrintSetup", &FormGuard::PrintSetup},
+      {"Help", &FormGuard::Help},             {"IsDirty", &FormGuard::IsDirty},
+  };
+  auto it = simple.find(op);
+  if (it != simple.end()) {
+    bool r = (CurrentForm().*(it->second))();
+    m_Out << "= " << Bool(r) << "\n";
+    return true;
+  }
+  static const std::vector<std::string> withArgs = {"Init", "Find", "Filter", "DoSetStatus", "GetID",
+                                                    "CheckStatus", "ReturnPrintName", "DoGetFormStatus",
+                                                    "DoSaveFormStatus", "Attributes", "Parameters"};
+  if (std::find(withArgs.begin(), withArgs.end(), op) == withArgs.end()) return false;
+  FormGuard& f = CurrentForm();
+  if (op == "Init") {
+    m_Out << "= " << Bool(f.Init(m_Context.get(), m_ProgramId, m_RecordId)) << "\n";
+  } else if (op == "Find") {
+    m_Out << "= " << Bool(f.Find(Value(args))) << "\n";
+  } else if (op == "Filter") {
+    m_Out << "= " << Bool(f.Filter(Value(args))) << "\n";
+  } else if (op == "DoSetStatus") {
+    auto [s, v] = SplitWord(args);
+    m_Out << "= " << Bool(f.DoSetStatus(s, static_cast<int32_t>(text::Val(v)))) << "\n";
+  } else if (op == "GetID") {
+    m_Out << "= " << f.GetID() << "\n";
+  } else if (op == "CheckStatus") {
+    m_Out << "= " << Bool(f.CheckStatus(args)) << "\n";
+  } else if (op == "ReturnPrintName") {
+    m_Out << "= " << Quote(f.ReturnPrintName()) << "\n";
+  } else if (op == "DoGetFormStatus") {
+    f.DoGetFormStatus();
+  } else if (op == "DoSaveFormStatus") {
+    f.DoSaveFormStatus();
+  } else if (op == "Attributes") {
+    m_Out << "= " << Quote(f.Attributes(static_cast<int32_t>(text::Val(args)))) << "\n";
+  } else if (op == "Parameters") {
+    m_Out << "= " << (f.Parameters() ? "Object" : "Nothing") << "\n";
+  } else {
+    return false;
+  }
+  return true;
+}
+
+void ScriptHost::ShowTree() {
+  auto* tree = CurrentForm().Inner().Tree();
+  if (!tree) throw ScriptError{"the form has no tree"};
+  std::function<void(const view::NodePtr&, int)> walk = [&](const view::NodePtr& n, int depth) {
+    m_Out << std::string(static_cast<size_t>(depth) * 2, ' ') << n->Key() << " " << Quote(n->Text);
+    std::string tag = n->Tag.ToText();
+    if (!tag.empty()) m_Out << " " << tag;
+    if (n->Selected()) m_Out << " *";
+    m_Out << "\n";
+    for (auto c = n->Child(); c; c = c->Next()) walk(c, depth + 1);
+  };
+  for (const auto& root : tree->Roots()) walk(root, 0);
+}
+
+void ScriptHost::ShowFields() {
+  for (const auto& c : CurrentForm().Controls()) {
+    if (c->TypeName() == "TreeView") continue;
+    m_Out << c->DisplayName() << " " << c->TypeName() << " " << Quote(c->ShownText());
+    if (auto* f = dynamic_cast<view::TextField*>(c.get()); f && f->GetReference().IsReference)
+      m_Out << " value=" << f->GetValue().ToText();
+    m_Out << (c->Enabled() ? " enabled" : " disabled");
+    if (c->HasFocus()) m_Out << " focus";
+    m_Out << "\n";
+  }
+}
+
+void ScriptHost::RunSql(const std::string& sql) {
+  db::QueryResult r;
+  std::string err = m_Context->GetDatabase()->GetConnection().Run(sql, {}, &r);
+  if (!err.empty()) {
+    m_Out << "error " << err << "\n";
+    return;
+  }
+  if (r.columns.empty()) {
+    m_Out << "ok\n";
+    return;
+  }
+  auto join = [&](const std::vector<std::string>& items) {
+    std::string s;
+    for (size_t i = 0; i < items.size(); ++i) s += (i ? " | " : "") + items[i];
+    return s;
+  };
+  m_Out << join(r.columns) << "\n";
+  for (const auto& row : r.rows) {
+    std::vector<std::string> cells;
+    for (const auto& v : row) cells.push_back(v.IsNull() ? "NULL" : v.ToText());
+    m_Out << join(cells) << "\n";
+  }
+}
+
+std::string ScriptHost::TakeAnswer() {
+  if (m_Answers.empty()) return "";
+  std::string a = text::Trim(m_Answers.front());
+  m_Answers.pop_front();
+  return a;
+}
+
+int ScriptHost::MsgBox(const std::string& text, int style, const std::string& title) {
+  int buttons = view::ButtonsOf(style);
+  static const std::map<int, std::vector<int>> offered = {
+      {view::vbOKOnly, {view::vbOK}},
+      {view::vbOKCancel, {view::vbOK, view::vbCancel}},
+      {view::vbAbortRetryIgnore, {view::vbAbort, view::vbRetry, view::vbIgnore}},
+      {view::vbYesNoCancel, {view::vbYes, view::vbNo, view::vbCancel}},
+      {view::vbYesNo, {view::vbYes, view::vbNo}},
+      {view::vbRetryCancel, {view::vbRetry, view::vbCancel}},
+  };
+  auto it = offered.find(buttons);
+  const std::vector<int>& choices = it == offered.end() ? offered.at(view::vbOKOnly) : it->second;
+  int answer = choices.size() == 1 ? view::vbOK : choices.back();
+  if (buttons == view::vbYesNo) answer = view::vbNo;
+  if (buttons == view::vbAbortRetryIgnore) answer = view::vbAbort;
+  if (choices.size() > 1 && !m_Answers.empty()) {
+    std::string wanted = TakeAnswer();
+    for (int c : choices)
+      if (text::EqualsNoCase(view::AnswerName(c), wanted)) answer = c;
+  }
+  m_Out << "box " << title << " [" << view::IconName(style) << "] " << text << " -> " << view::AnswerName(answer)
+        << "\n";
+  return answer;
+}
+
+std::string ScriptHost::InputBox(const std::string& prompt, const std::string& title, const std::string&) {
+  std::string answer = m_Answers.empty() ? "Cancel" : TakeAnswer();
+  m_Out << "input " << title << " " << prompt << " -> " << answer << "\n";
+  return answer == "Cancel" ? "" : answer;
+}
+
+void ScriptHost::Message(const std::string& psMsg) { m_Out << "event Message | " << psMsg << "\n"; }
+
+void ScriptHost::ErrMessage(const std::string& psMsg, int32_t plLevel, const std::string& psTitle) {
+  m_Out << "event ErrMessage " << plLevel << " " << psTitle << " | " << psMsg << "\n";
+}
+
+void ScriptHost::FormRefreshed() { m_Out << "event FormRefreshed\n"; }
+
+void ScriptHost::Property(const std::string& name, const Value& value, bool autoUpdate) {
+  m_Out << "event Property " << name << " " << value.Display() << " " << Bool(autoUpdate) << "\n";
+}
+
+}  // namespace kmd::host

@@ -1,0 +1,57 @@
+#pragma once
+#include <deque>
+#include <istream>
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include "frame/FormGuard.h"
+#include "host/Context.h"
+#include "view/Platform.h"
+
+namespace kmd::host {
+
+// The automation host behind `kmd run`: one command a line, a transcript on `out`.
+// A script error (unknown command or control) stops the run with exit status 2; otherwise the
+// status is 0, whatever the forms answered.
+class ScriptHost : public view::Platform, public IFormEvents {
+ public:
+  ScriptHost(std::shared_ptr<Context> context, std::ostream& out, std::ostream& err);
+  ~ScriptHost() override;
+
+  // Runs the script; `name` names it in error messages.
+  int Run(std::istream& script, const std::string& name);
+
+  // Platform: answers from the queue of `answer` commands.
+  int MsgBox(const std::string& text, int style, const std::string& title) override;
+  std::string InputBox(const std::string& prompt, const std::string& title, const std::string& defaultText) override;
+
+  // Events of the current form.
+  void Message(const std::string& psMsg) override;
+  void ErrMessage(const std::string& psMsg, int32_t plLevel, const std::string& psTitle) override;
+  void FormRefreshed() override;
+  void Property(const std::string& name, const Value& value, bool autoUpdate) override;
+
+ private:
+  struct ScriptError {
+    std::string message;
+  };
+  void Execute(const std::string& line);
+  bool CallOperation(const std::string& op, const std::string& args);
+  void ShowTree();
+  void ShowFields();
+  void RunSql(const std::string& sql);
+  view::Control& ControlNamed(const std::string& name);
+  FormGuard& CurrentForm();
+  std::string TakeAnswer();
+
+  std::shared_ptr<Context> m_Context;
+  std::ostream& m_Out;
+  std::ostream& m_Err;
+  std::unique_ptr<FormGuard> m_Form;
+  int32_t m_ProgramId = 0;
+  int32_t m_RecordId = 0;
+  std::deque<std::string> m_Answers;
+};
+
+}  // namespace kmd::host

@@ -1,0 +1,221 @@
+#include "tree/cTreeView.h"
+
+#include "base/RuntimeError.h"
+#include "base/Text.h"
+
+namespace kmd {
+
+cTreeView::cTreeView(view::Platform& platform) : m_Platform(platform) {}
+
+cTreeView::~cTreeView() { UnHookCtrl(); }
+
+NodePtr cTreeView::NodeAdd(const NodeRef& vRelative, int eRelationship, const std::string& sKey,
+                           const std::string& sText, const Value& vImage, const Value& vSelectedImage,
+                           const Value& vTag, bool bBold, bool bChecked, bool bEnsureVisible, bool bExpanded,
+                           bool bSelected, bool /*bVisible*/, int32_t lForeColor, int32_t lBackColor,
+                           const Value& vExpandedImage) {
+  if (!m_Tree) return nullptr;
+  NodePtr result;
+  try {
+    Value image = vImage, selectedImage = vSelectedImage, expandedImage = vExpandedImage;
+    if (oImgList && oImgList->Count() >= 3) {
+      if (image.IsEmpty()) image = Value(1);
+      if (expandedImage.IsEmpty()) expandedImage = Value(1);
+      if (selectedImage.IsEmpty()) selectedImage = Value(2);
+    }
+    int relationship = eRelationship;
+    if (relationship < 0) relationship = view::tvwNext;
+    auto node = m_Tree->Add(vRelative, relationship, sKey, sText, image, selectedImage);
+    node->Tag = vTag;
+    node->Bold = bBold;
+    node->Checked = bChecked;
+    if (bEnsureVisible) node->EnsureVisible();
+    node->SetExpanded(bExpanded);
+    if (bSelected) node->SetSelected(true);
+    node->ForeColor = lForeColor == 0 ? static_cast<int32_t>(0x80000008u) : lForeColor;
+    node->BackColor = lBackColor == 0 ? static_cast<int32_t>(0x80000005u) : lBackColor;
+    if (!expandedImage.IsEmpty()) node->ExpandedImage = expandedImage;
+    result = node;
+    m_Tree->SetSelectedItem(node);
+    node->EnsureVisible();
+  } catch (const std::exception&) {
+    // A failed add reports nothing: the caller tests the result.
+  }
+  return result;
+}
+
+void cTreeView::ClearTreeView() {
+  if (!m_Tree) return;
+  Redraw(false);
+  m_Tree->Clear();
+  Redraw(true);
+}
+
+void cTreeView::Redraw(bool enabled) {
+  if (!m_Tree) return;
+  // The flag acts against its name: false turns painting on, true turns it off. Painting is the
+  // host's matter; the view keeps no state for it.
+  (void)enabled;
+}
+
+void cTreeView::HookCtrl(view::TreeView* ctrl, std::shared_ptr<view::ImageList> imgList) {
+  m_Tree = ctrl;
+  if (!m_Tree) return;
+  m_Tree->Indentation = 100;
+  m_Tree->NodeClick = [this](const NodePtr& node) { RaiseSelected(node); };
+  try {
+    oImgList = std::move(imgList);
+    if (oImgList) {
+      m_Tree->SetImageList(oImgList);
+      if (!oImgList->HasKey("DRAGICON")) throw RuntimeError("Element not found");
+      m_Tree->DragIcon = "DRAGICON";
+    }
+    bool scroll = m_Tree->Scroll;
+    m_Tree->Scroll = false;
+    int count = m_Tree->GetVisibleCount();
+    if (count == 0) throw RuntimeError("Division by zero");
+    RowHeight = m_Tree->Height() / count;
+    m_Tree->Scroll = scroll;
+  } catch (const std::exception& e) {
+    m_Platform.MsgBox(std::string("cTreeView") + "-->" + e.what(), view::vbExclamation, "错误：");
+  }
+}
+
+void cTreeView::UnHookCtrl() {
+  if (m_Tree) m_Tree->NodeClick = nullptr;
+  m_Tree = nullptr;
+  oImgList = nullptr;
+}
+
+bool cTreeView::IsRootNode(const NodePtr& node) const { return node && node->FullPath() == node->Text; }
+
+void cTreeView::RaiseSelected(const NodePtr& node) {
+  if (Selected) Selected(node);
+}
+
+void cTreeView::FocusTree() {
+  if (m_Tree) m_Tree->SetFocus();
+}
+
+bool cTreeView::NodeDelete(const NodePtr& node, bool /*bSelect*/) {
+  if (!m_Tree) throw RuntimeError("Object variable or With block variable not set");
+  NextNode = node->Next();
+  if (!NextNode && m_Tree->SelectedItem()) NextNode = m_Tree->SelectedItem()->Child();
+  m_Tree->SetSelectedItem(NextNode ? NextNode : node);
+  auto selected = m_Tree->SelectedItem();
+  if (node->Text != (selected ? selected->Text : std::string())) RaiseSelected(NextNode);
+  if (auto s = m_Tree->SelectedItem()) s->EnsureVisible();
+  m_Tree->RemoveAt(node->Index());
+  FocusTree();
+  return true;
+}
+
+NodePtr cTreeView::NodeFindFrom(const NodePtr& node, const std::string& text, int fromIndex, bool& passed) const {
+  bool match = text::UCase(node->Text).find(text::UCase(text)) != std::string::npos;
+  if (match) {
+    if (node->Index() != fromIndex && passed) return node;
+    if (node->Index() == fromIndex) passed = true;
+  } else if (node->Index() == fromIndex) {
+    passed = true;
+  }
+  for (auto child = node->Child(); child; child = child->Next()) {
+    auto found = NodeFindFrom(child, text, fromIndex, passed);
+    if (found) return found;
+  }
+  return nullptr;
+}
+
+bool cTreeView::NodeFind(NodePtr& oResultNode, std::string& NodeText, const std::string& NodeKey, bool bSelect) {
+  if (NodeText.empty()) NodeText = m_Platform.InputBox("输入要查找的节点名称:", "查找记录", "");
+  if (!m_Tree) return false;
+  NodePtr found;
+  if (!NodeKey.empty()) {
+    found = m_Tree->FindKey(NodeKey);
+    if (!found) return false;
+    if (bSelect) {
+      m_Tree->SetSelectedItem(found);
+      found->EnsureVisible();
+    }
+    oResultNode = found;
+  } else {
+    if (m_Tree->Count() == 0) return false;
+    auto node = m_Tree->Item(1);
+    while (node && !found) {
+      bool passed = true;
+      found = NodeFindFrom(node, NodeText, -1, passed);
+      if (!found) node = node->Next();
+    }
+    if (!found) return false;
+    if (bSelect) {
+      m_Tree->SetSelectedItem(found);
+      found->EnsureVisible();
+    }
+    oResultNode = found;
+  }
+  RaiseSelected(oResultNode);
+  FocusTree();
+  return true;
+}
+
+bool cTreeView::NodeFindNext(NodePtr& oResultNode, const std::string& NodeText, int FromNodeIndex, bool bSelect) {
+  if (NodeText.empty() || !m_Tree || m_Tree->Count() == 0) return false;
+  NodePtr found;
+  auto node = m_Tree->Item(1);
+  while (node && !found) {
+    bool passed = false;
+    found = NodeFindFrom(node, NodeText, FromNodeIndex, passed);
+    if (!found) node = node->Next();
+  }
+  if (!found) return false;
+  if (bSelect) {
+    m_Tree->SetSelectedItem(found);
+    found->EnsureVisible();
+  }
+  oResultNode = found;
+  RaiseSelected(oResultNode);
+  FocusTree();
+  return true;
+}
+
+bool cTreeView::IsSelected() const {
+  if (!m_Tree || !m_Tree->SelectedItem()) return false;
+  return !IsRootNode(m_Tree->SelectedItem());
+}
+
+void cTreeView::MoveNodeNext() {
+  if (!m_Tree) throw RuntimeError("Object variable or With block variable not set");
+  auto former = m_Tree->SelectedItem();
+  if (!former) return;
+  NodePtr target = former->Next();
+  if (!target) target = former->Child();
+  if (!target) target = former;
+  NextNode = target;
+  m_Tree->SetSelectedItem(target);
+  FocusTree();
+  if (former->Text != target->Text) RaiseSelected(NextNode);
+}
+
+void cTreeView::MoveNodePrevious() {
+  if (!m_Tree) throw RuntimeError("Object variable or With block variable not set");
+  auto former = m_Tree->SelectedItem();
+  if (!former) return;
+  NodePtr target = former->Previous();
+  if (!target) target = former->Parent();
+  if (!target) target = former;
+  NextNode = target;
+  m_Tree->SetSelectedItem(target);
+  FocusTree();
+  if (former->Text != target->Text) RaiseSelected(NextNode);
+}
+
+bool cTreeView::ReSelectItem(const NodePtr& poNode) {
+  try {
+    RaiseSelected(poNode ? poNode : (m_Tree ? m_Tree->SelectedItem() : nullptr));
+    FocusTree();
+  } catch (const std::exception&) {
+    // Errors are ignored here, as the forms expect.
+  }
+  return false;
+}
+
+}  // namespace kmd

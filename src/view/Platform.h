@@ -1,0 +1,30 @@
+#pragma once
+#include <string>
+
+namespace kmd::view {
+
+// Message box buttons, icons and answers, with the values the suite uses.
+enum MsgBoxStyle : int {
+  vbOKOnly = 0, vbOKCancel = 1, vbAbortRetryIgnore = 2, vbYesNoCancel = 3, vbYesNo = 4, vbRetryCancel = 5,
+  vbCritical = 16, vbQuestion = 32, vbExclamation = 48, vbInformation = 64,
+};
+enum MsgBoxResult : int { vbOK = 1, vbCancel = 2, vbAbort = 3, vbRetry = 4, vbIgnore = 5, vbYes = 6, vbNo = 7 };
+
+// What the forms ask of the user's screen: modal boxes and input boxes. The host gives each form
+// one Platform when it creates it; the script host answers from its script, the web host asks
+// the user in the browser, tests answer from a queue.
+class Platform {
+ public:
+  virtual ~Platform() = default;
+  // Shows a modal box; gives the answer (MsgBoxResult).
+  virtual int MsgBox(const std::string& text, int style, const std::string& title) = 0;
+  // Shows an input box; gives the typed text, or "" when the user cancels.
+  virtual std::string InputBox(const std::string& prompt, const std::string& title, const std::string& defaultText) = 0;
+};
+
+// Names of a box's icon and buttons, as transcripts and pages show them.
+std::string IconName(int style);
+int ButtonsOf(int style);
+std::string AnswerName(int answer);
+
+}  // namespace kmd::view

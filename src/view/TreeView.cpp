@@ -1,0 +1,318 @@
+#include "view/TreeView.h"
+
+#include <algorithm>
+
+#include "base/RuntimeError.h"
+
+namespace kmd::view {
+
+bool ImageList::HasKey(const std::string& key) const {
+  return std::find(m_Keys.begin(), m_Keys.end(), key) != m_Keys.end();
+}
+
+namespace {
+NodePtr Share(Node* n) { return n ? n->shared_from_this() : nullptr; }
+}  // namespace
+
+int Node::Index() const {
+  if (!m_Tree) throw RuntimeError("The node has been removed from its tree");
+  return static_cast<int>(m_Index);
+}
+
+NodePtr Node::Parent() const { return Share(m_Parent); }
+NodePtr Node::Child() const { return Share(m_FirstChild); }
+int Node::Children() const { return m_ChildCount; }
+NodePtr Node::Next() const { return Share(m_NextSib); }
+NodePtr Node::Previous() const { return Share(m_PrevSib); }
+
+NodePtr Node::FirstSibling() const {
+  if (!m_Tree) return nullptr;
+  const Node* n = this;
+  while (n->m_PrevSib) n = n->m_PrevSib;
+  return Share(const_cast<Node*>(n));
+}
+
+NodePtr Node::LastSibling() const {
+  if (!m_Tree) return nullptr;
+  const Node* n = this;
+  while (n->m_NextSib) n = n->m_NextSib;
+  return Share(const_cast<Node*>(n));
+}
+
+NodePtr Node::Root() const {
+  if (!m_Tree) return nullptr;
+  const Node* n = this;
+  while (n->m_Parent) n = n->m_Parent;
+  // The tree control answers with the first root of the tree.
+  n = n->FirstSibling().get();
+  return Share(const_cast<Node*>(n));
+}
+
+std::string Node::FullPath() const {
+  std::string path = Text;
+  for (const Node* p = m_Parent; p; p = p->m_Parent) path = p->Text + "\\" + path;
+  return path;
+}
+
+void Node::SetParent(const NodePtr& parent) {
+  if (!m_Tree) throw RuntimeError("The node has been removed from its tree");
+  m_Tree->Reparent(this, parent.get());
+}
+
+void Node::SetExpanded(bool expanded) {
+  if (m_Expanded == expanded) return;
+  m_Expanded = expanded;
+  if (!m_Tree) return;
+  auto self = shared_from_this();
+  if (expanded && m_Tree->Expand) m_Tree->Expand(self);
+  if (!expanded && m_Tree->Collapse) m_Tree->Collapse(self);
+}
+
+bool Node::Selected() const { return m_Tree && m_Tree->SelectedItem().get() == this; }
+
+void Node::SetSelected(bool selected) {
+  if (!m_Tree) return;
+  if (selected) m_Tree->SetSelectedItem(shared_from_this());
+  else if (Selected()) m_Tree->SetSelectedItem(nullptr);
+}
+
+void Node::EnsureVisible() {
+  if (m_Tree) m_Tree->EnsureVisible(this);
+}
+
+TreeView::TreeView(std::string name, int index) : Control("TreeView", std::move(name), index) {}
+
+TreeView::~TreeView() {
+  for (auto& n : m_All) n->m_Tree = nullptr;
+}
+
+void TreeView::Link(Node* node, Node* relative, int relationship) {
+  Node* parent = nullptr;
+  Node* before = nullptr;  // insert before this sibling; null means at the end
+  if (!relative) {
+    parent = nullptr;
+  } else if (relationship == tvwChild) {
+    parent = relative;
+  } else {
+    parent = relative->m_Parent;
+    if (relationship == tvwFirst) before = parent ? parent->m_FirstChild : m_FirstRoot;
+    else if (relationship == tvwNext) before = relative->m_NextSib;
+    else if (relationship == tvwPrevious) before = relative;
+    // tvwLast: at the end.
+  }
+  Node*& first = parent ? parent->m_FirstChild : m_FirstRoot;
+  Node*& last = parent ? parent->m_LastChild : m_LastRoot;
+  node->m_Parent = parent;
+  if (before) {
+    node->m_NextSib = before;
+    node->m_PrevSib = before->m_PrevSib;
+    if (before->m_PrevSib) before->m_PrevSib->m_NextSib = node;
+    else first = node;
+    before->m_PrevSib = node;
+  } else {
+    node->m_PrevSib = last;
+    node->m_NextSib = nullptr;
+    if (last) last->m_NextSib = node;
+    else first = node;
+    last = node;
+  }
+  if (parent) ++parent->m_ChildCount;
+}
+
+void TreeView::Unlink(Node* node) {
+  Node* parent = node->m_Parent;
+  Node*& first = parent ? parent->m_FirstChild : m_FirstRoot;
+  Node*& last = parent ? parent->m_LastChild : m_LastRoot;
+  if (node->m_PrevSib) node->m_PrevSib->m_NextSib = node->m_NextSib;
+  else first = node->m_NextSib;
+  if (node->m_NextSib) node->m_NextSib->m_PrevSib = node->m_PrevSib;
+  else last = node->m_PrevSib;
+  if (parent) --parent->m_ChildCount;
+  node->m_Parent = node->m_NextSib = node->m_PrevSib = nullptr;
+}
+
+NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::string& key, const std::string& text,
+                      const Value& image, const Value& selectedImage) {
+  Node* rel = nullptr;
+  if (relative.node) {
+    if (relative.node->m_Tree != this) throw RuntimeError("Element not found");
+    rel = relative.node.get();
+  } else if (relative.byKey) {
+    rel = FindKey(relative.key).get();
+    if (!rel) throw RuntimeError("Element not found");
+  }
+  if (relationship < tvwFirst || relationship > tvwChild) throw RuntimeError("Invalid procedure call or argument");
+  if (!key.empty() && m_ByKey.count(key)) throw RuntimeError("Key is not unique in collection");
+  auto node = std::make_shared<Node>();
+  node->m_Tree = this;
+  node->m_Key = key;
+  node->Text = text;
+  node->Image = image;
+  node->SelectedImage = selectedImage;
+  Link(node.get(), rel, relationship);
+  m_All.push_back(node);
+  node->m_Index = m_All.size();
+  if (!key.empty()) m_ByKey[key] = node.get();
+  return node;
+}
+
+void TreeView::Reindex(size_t from) {
+  for (size_t i = from; i < m_All.size(); ++i) m_All[i]->m_Index = i + 1;
+}
+
+void TreeView::Remove(const NodePtr& node) {
+  if (!node || node->m_Tree != this) throw RuntimeError("Element not found");
+  // When the selection lies in the removed subtree, the next sibling, else the previous sibling,
+  // else the parent takes its place.
+  bool selectionGoes = false;
+  for (Node* s = m_Selected.get(); s; s = s->m_Parent)
+    if (s == node.get()) selectionGoes = true;
+  Node* replacement = node->m_NextSib ? node->m_NextSib : node->m_PrevSib ? node->m_PrevSib : node->m_Parent;
+  Unlink(node.get());
+  // Mark the subtree as removed.
+  std::vector<Node*> stack{node.get()};
+  while (!stack.empty()) {
+    Node* n = stack.back();
+    stack.pop_back();
+    n->m_Tree = nullptr;
+    if (!n->m_Key.empty()) m_ByKey.erase(n->m_Key);
+    for (Node* c = n->m_FirstChild; c; c = c->m_NextSib) stack.push_back(c);
+  }
+  size_t first = node->m_Index - 1;
+  auto it = std::stable_partition(m_All.begin() + static_cast<long>(first), m_All.end(),
+                                  [](const NodePtr& n) { return n->m_Tree != nullptr; });
+  // Detach links inside the removed subtree so that a kept reference walks nothing stale.
+  for (auto i = it; i != m_All.end(); ++i) {
+    Node* n = i->get();
+    n->m_Parent = n->m_FirstChild = n->m_LastChild = n->m_NextSib = n->m_PrevSib = nullptr;
+    n->m_ChildCount = 0;
+  }
+  m_All.erase(it, m_All.end());
+  Reindex(first);
+  if (selectionGoes) m_Selected = Share(replacement);
+  if (m_DropHighlight && !m_DropHighlight->m_Tree) m_DropHighlight = nullptr;
+  if (m_ScrollTarget && !m_ScrollTarget->m_Tree) m_ScrollTarget = nullptr;
+}
+
+void TreeView::RemoveAt(int index) { Remove(Item(index)); }
+
+void TreeView::Clear() {
+  for (auto& n : m_All) {
+    n->m_Tree = nullptr;
+    n->m_Parent = n->m_FirstChild = n->m_LastChild = n->m_NextSib = n->m_PrevSib = nullptr;
+    n->m_ChildCount = 0;
+  }
+  m_All.clear();
+  m_ByKey.clear();
+  m_FirstRoot = m_LastRoot = nullptr;
+  m_Selected = nullptr;
+  m_DropHighlight = nullptr;
+  m_ScrollTarget = nullptr;
+  m_FirstRow = 0;
+}
+
+NodePtr TreeView::Item(int index) const {
+  if (index < 1 || static_cast<size_t>(index) > m_All.size()) throw RuntimeError("Index out of bounds");
+  return m_All[static_cast<size_t>(index) - 1];
+}
+
+NodePtr TreeView::Item(const std::string& key) const {
+  auto n = FindKey(key);
+  if (!n) throw RuntimeError("Element not found");
+  return n;
+}
+
+NodePtr TreeView::FindKey(const std::string& key) const {
+  auto it = m_ByKey.find(key);
+  return it == m_ByKey.end() ? nullptr : Share(it->second);
+}
+
+std::vector<NodePtr> TreeView::Roots() const {
+  std::vector<NodePtr> out;
+  for (Node* n = m_FirstRoot; n; n = n->m_NextSib) out.push_back(Share(n));
+  return out;
+}
+
+void TreeView::SetSelectedItem(const NodePtr& node) {
+  if (node && node->m_Tree != this) throw RuntimeError("Element not found");
+  m_Selected = node;
+}
+
+int TreeView::GetVisibleCount() const { return std::max(1, m_Height / std::max(1, m_RowHeight)); }
+
+std::vector<NodePtr> TreeView::ViewableRows() const {
+  std::vector<NodePtr> rows;
+  std::vector<Node*> stack;
+  for (Node* r = m_LastRoot; r; r = r->m_PrevSib) stack.push_back(r);
+  while (!stack.empty()) {
+    Node* n = stack.back();
+    stack.pop_back();
+    rows.push_back(Share(n));
+    if (n->m_Expanded)
+      for (Node* c = n->m_LastChild; c; c = c->m_PrevSib) stack.push_back(c);
+  }
+  return rows;
+}
+
+int TreeView::RowOf(const Node* node) const {
+  if (!node || node->m_Tree != this) return -1;
+  for (const Node* p = node->m_Parent; p; p = p->m_Parent)
+    if (!p->m_Expanded) return -1;
+  auto rows = ViewableRows();
+  for (size_t i = 0; i < rows.size(); ++i)
+    if (rows[i].get() == node) return static_cast<int>(i);
+  return -1;
+}
+
+void TreeView::ResolveScroll() const {
+  if (!m_ScrollTarget) return;
+  NodePtr target = std::move(m_ScrollTarget);
+  m_ScrollTarget = nullptr;
+  int row = RowOf(target.get());
+  if (row < 0) return;
+  int count = GetVisibleCount();
+  if (row < m_FirstRow) m_FirstRow = row;
+  else if (row >= m_FirstRow + count) m_FirstRow = row - count + 1;
+}
+
+int TreeView::FirstVisibleRow() const {
+  ResolveScroll();
+  return m_FirstRow;
+}
+
+void TreeView::SetFirstVisibleRow(int row) {
+  ResolveScroll();
+  m_FirstRow = std::max(0, row);
+}
+
+void TreeView::EnsureVisible(Node* node) {
+  for (Node* p = node->m_Parent; p; p = p->m_Parent) p->SetExpanded(true);
+  // The scroll position is settled when somebody looks at the viewport, so that a load that
+  // makes every added node visible stays linear.
+  m_ScrollTarget = Share(node);
+}
+
+NodePtr TreeView::HitTest(float x, float y) const {
+  if (x < 0 || y < 0 || y >= static_cast<float>(m_Height) || x >= static_cast<float>(m_Width)) return nullptr;
+  int row = FirstVisibleRow() + static_cast<int>(y) / std::max(1, m_RowHeight);
+  auto rows = ViewableRows();
+  if (row < 0 || static_cast<size_t>(row) >= rows.size()) return nullptr;
+  return rows[static_cast<size_t>(row)];
+}
+
+void TreeView::Reparent(Node* node, Node* parent) {
+  for (Node* p = parent; p; p = p->m_Parent)
+    if (p == node) throw RuntimeError("Failed setting Parent property: the new parent is a descendant of the node");
+  Unlink(node);
+  Link(node, parent, parent ? tvwChild : tvwLast);
+}
+
+void TreeView::UserClick(const NodePtr& node) {
+  if (!Enabled() || !node || node->m_Tree != this) return;
+  m_Selected = node;
+  if (NodeClick) NodeClick(node);
+}
+
+std::string TreeView::ShownText() const { return m_Selected ? m_Selected->Text : ""; }
+
+}  // namespace kmd::view

@@ -1,0 +1,198 @@
+#pragma once
+#include <functional>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "base/Value.h"
+#include "view/Control.h"
+
+namespace kmd::view {
+
+class TreeView;
+class Node;
+using NodePtr = std::shared_ptr<Node>;
+
+enum TreeRelationship : int { tvwFirst = 0, tvwLast = 1, tvwNext = 2, tvwPrevious = 3, tvwChild = 4 };
+
+// An image list: images by 1-based index or key. The view keeps only keys; a host draws them.
+class ImageList {
+ public:
+  explicit ImageList(std::vector<std::string> keys) : m_Keys(std::move(keys)) {}
+  int Count() const { return static_cast<int>(m_Keys.size()); }
+  bool HasKey(const std::string& key) const;
+  const std::vector<std::string>& Keys() const { return m_Keys; }
+
+ private:
+  std::vector<std::string> m_Keys;
+};
+
+// A node of a TreeView. A reference to a node stays valid after the node is removed; the removed
+// node keeps its Text, Key and Tag but belongs to no tree (Index then is a run-time error).
+class Node : public std::enable_shared_from_this<Node> {
+ public:
+  std::string Text;
+  Value Tag;
+  Value Image;
+  Value SelectedImage;
+  Value ExpandedImage;
+  bool Bold = false;
+  bool Checked = false;
+  int32_t ForeColor = 0;
+  int32_t BackColor = 0;
+
+  const std::string& Key() const { return m_Key; }
+  // 1-based position in the collection's order of addition; closes up after a removal.
+  int Index() const;
+  bool InTree() const { return m_Tree != nullptr; }
+  TreeView* Tree() const { return m_Tree; }
+
+  NodePtr Parent() const;
+  // Re-parents the node (and its subtree) as the last child of `parent`; null makes it a root.
+  // Throws RuntimeError when `parent` is the node itself or one of its descendants.
+  void SetParent(const NodePtr& parent);
+  NodePtr Child() const;
+  int Children() const;
+  NodePtr Next() const;
+  NodePtr Previous() const;
+  NodePtr FirstSibling() const;
+  NodePtr LastSibling() const;
+  NodePtr Root() const;
+  // Texts from the root down to this node, joined by "\".
+  std::string FullPath() const;
+
+  bool Expanded() const { return m_Expanded; }
+  void SetExpanded(bool expanded);
+  bool Selected() const;
+  void SetSelected(bool selected);
+  // Expands the ancestors and scrolls the node into view.
+  void EnsureVisible();
+
+ private:
+  friend class TreeView;
+  TreeView* m_Tree = nullptr;
+  std::string m_Key;
+  size_t m_Index = 0;
+  bool m_Expanded = false;
+  Node* m_Parent = nullptr;
+  Node* m_FirstChild = nullptr;
+  Node* m_LastChild = nullptr;
+  Node* m_NextSib = nullptr;
+  Node* m_PrevSib = nullptr;
+  int m_ChildCount = 0;
+};
+
+// How a relative node is named to Nodes.Add: by node, by key, or not at all.
+struct NodeRef {
+  NodeRef() = default;
+  NodeRef(std::nullptr_t) {}
+  NodeRef(NodePtr n) : node(std::move(n)) {}
+  NodeRef(const char* k) : key(k), byKey(true) {}
+  NodeRef(std::string k) : key(std::move(k)), byKey(true) {}
+  bool IsNone() const { return !node && !byKey; }
+  NodePtr node;
+  std::string key;
+  bool byKey = false;
+};
+
+// The tree control: the Nodes collection, the selection, and a viewport of rows so that hit tests,
+// scrolling and drag bands can be computed. Sizes are in twips (1/1440 inch).
+class TreeView : public Control {
+ public:
+  explicit TreeView(std::string name = "TV", int index = -1);
+  ~TreeView() override;
+
+  // Nodes collection.
+  // Throws RuntimeError for a duplicate key ("Key is not unique in collection") or a relative that
+  // is not in this tree ("Element not found").
+  NodePtr Add(const NodeRef& relative, int relationship, const std::string& key, const std::string& text,
+              const Value& image = Value(), const Value& selectedImage = Value());
+  // Removes the node and its subtree. Throws RuntimeError when it is not in this tree.
+  void Remove(const NodePtr& node);
+  void RemoveAt(int index);
+  // Removes every node at once.
+  void Clear();
+  int Count() const { return static_cast<int>(m_All.size()); }
+  // By 1-based index or by key; throws RuntimeError when absent.
+  NodePtr Item(int index) const;
+  NodePtr Item(const std::string& key) const;
+  NodePtr FindKey(const std::string& key) const;  // null when absent
+  const std::vector<NodePtr>& AllNodes() const { return m_All; }
+  std::vector<NodePtr> Roots() const;
+
+  NodePtr SelectedItem() const { return m_Selected; }
+  // Selects the node (null clears the selection). Raises no event.
+  void SetSelectedItem(const NodePtr& node);
+  NodePtr DropHighlight() const { return m_DropHighlight; }
+  void SetDropHighlight(const NodePtr& node) { m_DropHighlight = node; }
+
+  // Viewport.
+  int Height() const { return m_Height; }
+  void SetHeight(int h) { m_Height = h; }
+  int Width() const { return m_Width; }
+  void SetWidth(int w) { m_Width = w; }
+  int Left() const { return m_Left; }
+  void SetLeft(int l) { m_Left = l; }
+  int Top() const { return m_Top; }
+  void SetTop(int t) { m_Top = t; }
+  int SingleRowHeight() const { return m_RowHeight; }
+  // Rows that fit the height; at least 1.
+  int GetVisibleCount() const;
+  int Indentation = 0;
+  bool Scroll = true;
+  std::string DragIcon;
+  std::shared_ptr<ImageList> GetImageList() const { return m_ImageList; }
+  void SetImageList(std::shared_ptr<ImageList> list) { m_ImageList = std::move(list); }
+
+  // The expanded rows in display order, and the first row in view (0-based).
+  std::vector<NodePtr> ViewableRows() const;
+  int FirstVisibleRow() const;
+  void SetFirstVisibleRow(int row);
+  // Row of a node among ViewableRows, -1 when it is hidden under a collapsed parent.
+  int RowOf(const Node* node) const;
+  // Node under a point of the control (x, y in twips from its top left), or null.
+  NodePtr HitTest(float x, float y) const;
+
+  // Events of the control.
+  std::function<void(const NodePtr&)> NodeClick;
+  std::function<void(const NodePtr&)> Expand;
+  std::function<void(const NodePtr&)> Collapse;
+  std::function<void(int button, int shift, float x, float y)> MouseDown;
+  std::function<void(int button, int shift, float x, float y)> MouseMove;
+  std::function<void(int button, int shift, float x, float y)> MouseUp;
+  std::function<void(float x, float y, int state)> DragOver;
+  std::function<void(float x, float y)> DragDrop;
+
+  // The user clicks a node: it is selected and NodeClick is raised. A disabled tree ignores it.
+  void UserClick(const NodePtr& node);
+
+  // Used by Node.
+  void EnsureVisible(Node* node);
+  void Reparent(Node* node, Node* parent);
+
+  std::string ShownText() const override;
+
+ private:
+  void Link(Node* node, Node* relative, int relationship);
+  void Unlink(Node* node);
+  void Reindex(size_t from);
+  void ResolveScroll() const;
+
+  std::vector<NodePtr> m_All;
+  std::unordered_map<std::string, Node*> m_ByKey;
+  Node* m_FirstRoot = nullptr;
+  Node* m_LastRoot = nullptr;
+  NodePtr m_Selected;
+  NodePtr m_DropHighlight;
+  std::shared_ptr<ImageList> m_ImageList;
+  int m_Height = 4800;
+  int m_Width = 3000;
+  int m_Left = 0;
+  int m_Top = 0;
+  int m_RowHeight = 240;
+  mutable int m_FirstRow = 0;
+  mutable NodePtr m_ScrollTarget;
+};
+
+}  // namespace kmd::view

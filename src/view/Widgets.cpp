@@ -1,0 +1,67 @@
+#include "view/Widgets.h"
+
+namespace kmd::view {
+
+TextField::TextField(std::string name, int index, std::string caption)
+    : Control("qnTxt_S", std::move(name), index), m_Caption(std::move(caption)) {}
+
+void TextField::UserType(const std::string& text) {
+  if (!Enabled()) return;
+  m_Text = text;
+  if (Change) Change();
+}
+
+void TextField::UserLeave() {
+  if (!Enabled()) return;
+  if (m_Reference.IsReference && CheckRequest) CheckRequest();
+}
+
+void TextField::UserBrowse() {
+  if (!Enabled()) return;
+  if (m_Reference.IsReference && BrowseRequest) BrowseRequest();
+}
+
+void TextBox::UserType(const std::string& text) {
+  if (!Enabled()) return;
+  m_Text = text;
+  if (Change) Change();
+}
+
+OptionButton::OptionButton(std::string name, int index, std::string caption, std::string group)
+    : Control("OptionButton", std::move(name), index), m_Caption(std::move(caption)), m_Group(std::move(group)) {}
+
+void OptionButton::SetValue(bool v) {
+  m_Value = v;
+  if (!v) return;
+  // The other options of the same group go off.
+  if (!Owner()) return;
+  for (const auto& c : *Owner()) {
+    auto* o = dynamic_cast<OptionButton*>(c.get());
+    if (o && o != this && o->m_Group == m_Group) o->m_Value = false;
+  }
+}
+
+void OptionButton::UserClick() {
+  if (!Enabled()) return;
+  SetValue(true);
+  if (Click) Click();
+}
+
+void CheckBox::UserClick() {
+  if (!Enabled()) return;
+  m_Value = m_Value == 1 ? 0 : 1;
+  if (Click) Click();
+}
+
+void ComboBox::UserType(const std::string& text) {
+  if (!Enabled()) return;
+  m_Text = text;
+  if (Change) Change();
+}
+
+void Button::UserClick() {
+  if (!Enabled()) return;
+  if (Click) Click();
+}
+
+}  // namespace kmd::view

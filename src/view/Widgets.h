@@ -1,0 +1,147 @@
+#pragma once
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "view/Control.h"
+
+namespace kmd::view {
+
+// Configuration of a reference field: what its typed text must name, and how it is shown.
+struct Reference {
+  std::string ErrorText;
+  std::string SelectSql;
+  std::string LookupKey;
+  std::string TextColumn;
+  std::string ValueColumn;
+  bool AutoSelect = false;
+  int32_t MatchMode = 0;
+  int32_t Source = 0;
+  bool MultiSelect = false;
+  bool CheckInput = false;
+  bool IsReference = false;
+};
+
+// The text field qnTxt_S: plain, or a reference field through its Reference object.
+// Setting Text or Value from the program raises no event; the user's typing raises Change
+// (UserType), leaving a reference field raises CheckRequest (UserLeave), its browse button
+// BrowseRequest (UserBrowse).
+class TextField : public Control {
+ public:
+  TextField(std::string name, int index, std::string caption = "");
+  const std::string& Text() const { return m_Text; }
+  void SetText(std::string text) { m_Text = std::move(text); }
+  const Value& GetValue() const { return m_Value; }
+  void SetValue(Value v) { m_Value = std::move(v); }
+  const std::string& Caption() const { return m_Caption; }
+  void SetCaption(std::string c) { m_Caption = std::move(c); }
+  Reference& GetReference() { return m_Reference; }
+  const Reference& GetReference() const { return m_Reference; }
+  int MaxLength = 0;
+
+  std::function<void()> Change;
+  std::function<void()> CheckRequest;
+  std::function<void()> BrowseRequest;
+
+  void UserType(const std::string& text);
+  void UserLeave();
+  void UserBrowse();
+  std::string ShownText() const override { return m_Text; }
+
+ private:
+  std::string m_Text;
+  Value m_Value;
+  std::string m_Caption;
+  Reference m_Reference;
+};
+
+// A plain text box; Change comes from user input only.
+class TextBox : public Control {
+ public:
+  TextBox(std::string name, int index = -1) : Control("TextBox", std::move(name), index) {}
+  const std::string& Text() const { return m_Text; }
+  void SetText(std::string text) { m_Text = std::move(text); }
+  std::function<void()> Change;
+  void UserType(const std::string& text);
+  std::string ShownText() const override { return m_Text; }
+
+ private:
+  std::string m_Text;
+};
+
+class Label : public Control {
+ public:
+  Label(std::string name, int index = -1, std::string caption = "")
+      : Control("Label", std::move(name), index), m_Caption(std::move(caption)) {}
+  const std::string& Caption() const { return m_Caption; }
+  void SetCaption(std::string c) { m_Caption = std::move(c); }
+  std::string ShownText() const override { return m_Caption; }
+
+ private:
+  std::string m_Caption;
+};
+
+// An option button; options of one group exclude each other. Setting Value from the program
+// raises no Click; the user's click does.
+class OptionButton : public Control {
+ public:
+  OptionButton(std::string name, int index, std::string caption, std::string group = "");
+  const std::string& Caption() const { return m_Caption; }
+  bool GetValue() const { return m_Value; }
+  void SetValue(bool v);
+  std::function<void()> Click;
+  void UserClick();
+  const std::string& Group() const { return m_Group; }
+  std::string ShownText() const override { return m_Value ? "True" : "False"; }
+
+ private:
+  std::string m_Caption;
+  std::string m_Group;
+  bool m_Value = false;
+};
+
+// A check box: Value 0 unchecked, 1 checked, 2 grey.
+class CheckBox : public Control {
+ public:
+  CheckBox(std::string name, int index = -1, std::string caption = "")
+      : Control("CheckBox", std::move(name), index), m_Caption(std::move(caption)) {}
+  const std::string& Caption() const { return m_Caption; }
+  int GetValue() const { return m_Value; }
+  void SetValue(int v) { m_Value = v; }
+  std::function<void()> Click;
+  void UserClick();
+  std::string ShownText() const override { return std::to_string(m_Value); }
+
+ private:
+  std::string m_Caption;
+  int m_Value = 0;
+};
+
+class ComboBox : public Control {
+ public:
+  ComboBox(std::string name, int index = -1) : Control("ComboBox", std::move(name), index) {}
+  const std::string& Text() const { return m_Text; }
+  void SetText(std::string text) { m_Text = std::move(text); }
+  std::vector<std::string> Items;
+  std::function<void()> Change;
+  void UserType(const std::string& text);
+  std::string ShownText() const override { return m_Text; }
+
+ private:
+  std::string m_Text;
+};
+
+class Button : public Control {
+ public:
+  Button(std::string name, int index = -1, std::string caption = "")
+      : Control("Button", std::move(name), index), m_Caption(std::move(caption)) {}
+  const std::string& Caption() const { return m_Caption; }
+  std::function<void()> Click;
+  void UserClick();
+  std::string ShownText() const override { return m_Caption; }
+
+ private:
+  std::string m_Caption;
+};
+
+}  // namespace kmd::view

@@ -1,0 +1,473 @@
+#include "files/zLibControl.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "base/RuntimeError.h"
+
+namespace fs = std::filesystem;
+using kmd::zLibControl;
+using Bytes = std::string;
+
+namespace {
+
+Bytes ReadAll(const fs::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), {});
+}
+
+void WriteAll(const fs::path& p, const Bytes& data) {
+  fs::create_directories(p.parent_path());
+  std::ofstream(p, std::ios::binary).write(data.data(), static_cast<std::streamsize>(data.size()));
+}
+
+Bytes FromHex(const std::string& hex) {
+  Bytes out;
+  for (size_t i = 0; i + 1 < hex.size(); i += 2) out += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+  return out;
+}
+
+int32_t LongAt(const Bytes& b, size_t at) {
+  uint32_t v = 0;
+  for (int k = 3; k >= 0; --k) v = v << 8 | static_cast<unsigned char>(b[at + k]);
+  return static_cast<int32_t>(v);
+}
+
+void PutLong(Bytes& b, size_t at, int32_t v) {
+  for (int k = 0; k < 4; ++k) b[at + k] = static_cast<char>(static_cast<uint32_t>(v) >> (8 * k));
+}
+
+Bytes Noise(size_t n, unsigned seed) {
+  std::mt19937 rng(seed);
+  Bytes b(n, '\0');
+  // Half random, half repeating text, so blocks both shrink and not.
+  for (size_t i = 0; i < n; ++i) b[i] = (i / 5000) % 2 ? char(rng()) : char('a' + i % 7);
+  return b;
+}
+
+// Each test runs with a private temporary folder, so leftovers of the control can be counted.
+class ZLibTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string tmpl = (fs::temp_directory_path() / "zlibtestXXXXXX").string();
+    root = mkdtemp(tmpl.data());
+    tmp = root / "tmp";
+    fs::create_directories(tmp);
+    setenv("TMPDIR", tmp.c_str(), 1);
+    out = root / "out";
+  }
+  void TearDown() override {
+    unsetenv("TMPDIR");
+    fs::remove_all(root);
+  }
+  size_t TempCount() const { return static_cast<size_t>(std::distance(fs::directory_iterator(tmp), {})); }
+
+  fs::path root, tmp, out;
+};
+
+// Packs the given (stored name, content) pairs into root/c.zlb.
+fs::path Pack(const fs::path& root, const std::vector<std::pair<std::string, Bytes>>& entries, int level = 6,
+              int readBuf = 65536) {
+  zLibControl z;
+  z.SetReadBuf(readBuf);
+  int i = 0;
+  for (const auto& [name, data] : entries) {
+    const fs::path src = root / "src" / std::to_string(i);
+    WriteAll(src, data);
+    EXPECT_TRUE(z.AddFile(src.string()));
+    z.SetFilename(i++, name);
+  }
+  const fs::path c = root / "c.zlb";
+  EXPECT_EQ(z.Compress(c.string(), true, level), 0);
+  return c;
+}
+
+int16_t Unpack(zLibControl& z, const fs::path& c, const fs::path& out, bool usePaths = true) {
+  return z.Decompress(c.string(), out.string(), false, true, false, false, usePaths, true);
+}
+
+}  // namespace
+
+TEST_F(ZLibTest, WritesTheKnownContainerForOneSmallFile) {
+  zLibControl z;
+  WriteAll(root / "ab.txt", "hello");
+  ASSERT_TRUE(z.AddFile((root / "ab.txt").string()));
+  EXPECT_EQ(z.Original_Crc32(0), "3610A686");
+  EXPECT_EQ(z.FileSize(0), 5);
+  z.SetFilename(0, "C:\\t\\ab.txt");
+  EXPECT_EQ(z.filename(0), "\\t\\ab.txt");
+  ASSERT_EQ(z.Compress((root / "c.zlb").string(), false, 6), 0);
+  EXPECT_EQ(ReadAll(root / "c.zlb"),
+            FromHex("150000004d6f7276656c4c6162207a4c6962436f6e74726f6c0000000009000000"
+                    "5c745c61622e7478740500000086a6103644fe85aa15000000050000000d000000"
+                    "789ccb48cdc9c90700062c0215"));
+  EXPECT_EQ(z.Compressed_CRC32(0), "AA85FE44");
+  EXPECT_EQ(z.Compressed_Size(0), 21);
+  EXPECT_EQ(TempCount(), 0u);
+
+  // Level 10 is unknown to zlib and falls back to 6 for the whole call.
+  ASSERT_EQ(z.Compress((root / "c10.zlb").string(), false, 10), 0);
+  EXPECT_EQ(ReadAll(root / "c10.zlb"), ReadAll(root / "c.zlb"));
+}
+
+TEST_F(ZLibTest, RoundTripsAcrossBlockBoundaries) {
+  const int rb = 4096;
+  struct Case {
+    size_t size;
+    int blocks;
+  };
+  for (const Case c : {Case{1, 1}, Case{rb, 1}, Case{rb + 1, 2}, Case{3 * 1024 * 1024 + 17, 3 * 256 + 1}}) {
+    SCOPED_TRACE(c.size);
+    const Bytes data = Noise(c.size, static_cast<unsigned>(c.size));
+    const fs::path file = Pack(root, {{"\\d\\f.bin", data}}, 6, rb);
+    const Bytes raw = ReadAll(file);
+    // Walk the block stream of the single entry: header, ASCII name, four numbers.
+    size_t at = 29 + 4 + static_cast<size_t>(LongAt(raw, 29)) + 16;
+    int blocks = 0;
+    while (at + 8 <= raw.size()) {
+      EXPECT_LE(LongAt(raw, at), rb);
+      at += 8 + static_cast<size_t>(LongAt(raw, at + 4));
+      ++blocks;
+    }
+    EXPECT_EQ(at, raw.size());
+    EXPECT_EQ(blocks, c.blocks);
+
+    zLibControl z;
+    z.SetReadBuf(7);  // the reader's block size plays no part
+    ASSERT_EQ(Unpack(z, file, out), 0);
+    EXPECT_EQ(ReadAll(out / "d" / "f.bin"), data);
+    EXPECT_EQ(z.FileSize(0), static_cast<int32_t>(c.size));
+    EXPECT_EQ(TempCount(), 0u);
+    fs::remove_all(out);
+  }
+}
+
+TEST_F(ZLibTest, EmptyFileHasNoBlocksAndIsNotWritten) {
+  const fs::path file = Pack(root, {{"\\e.txt", ""}, {"\\x.txt", "x"}});
+  zLibControl z;
+  ASSERT_EQ(Unpack(z, file, out), 0);
+  EXPECT_EQ(z.FileCount(), 2);
+  EXPECT_EQ(z.Compressed_Size(0), 0);
+  EXPECT_FALSE(fs::exists(out / "e.txt"));
+  EXPECT_EQ(ReadAll(out / "x.txt"), "x");
+}
+
+TEST_F(ZLibTest, LevelsAllRoundTrip) {
+  const Bytes data = Noise(200000, 3);
+  for (int level : {1, 6, 9, 10}) {
+    SCOPED_TRACE(level);
+    zLibControl z;
+    ASSERT_EQ(Unpack(z, Pack(root, {{"\\l.bin", data}}, level), out), 0);
+    EXPECT_EQ(ReadAll(out / "l.bin"), data);
+  }
+}
+
+TEST_F(ZLibTest, SeveralEntriesWithChineseNameAndPathChoice) {
+  const Bytes a = "first", b = Noise(70000, 9);
+  const fs::path file = Pack(root, {{"\\docs\\中文名.txt", a}, {"D:\\x\\y\\b.bin", b}});
+  const Bytes raw = ReadAll(file);
+  // "\docs\中文名.txt" is 13 characters but 16 bytes in code page 936.
+  EXPECT_EQ(LongAt(raw, 29), 13);
+  EXPECT_EQ(raw.substr(33 + 6, 6), FromHex("d6d0cec4c3fb"));
+
+  zLibControl z;
+  ASSERT_EQ(Unpack(z, file, out), 0);
+  EXPECT_EQ(z.filename(0), "\\docs\\中文名.txt");
+  EXPECT_EQ(z.filename(1), "\\x\\y\\b.bin");
+  EXPECT_EQ(ReadAll(out / "docs" / "中文名.txt"), a);
+  EXPECT_EQ(ReadAll(out / "x" / "y" / "b.bin"), b);
+
+  // Without paths every entry lands in the output folder itself.
+  const fs::path flat = root / "flat";
+  ASSERT_EQ(Unpack(z, file, flat.string() + "/", false), 0);
+  EXPECT_EQ(ReadAll(flat / "中文名.txt"), a);
+  EXPECT_EQ(ReadAll(flat / "b.bin"), b);
+
+  // Information only: the list is filled, nothing is written.
+  const fs::path info = root / "info";
+  ASSERT_EQ(z.Decompress(file.string(), info.string(), true, true, false, false, true, true), 0);
+  EXPECT_EQ(z.FileSize(1), 70000);
+  EXPECT_FALSE(fs::exists(info));
+}
+
+TEST_F(ZLibTest, ExistingTargetsFollowOverwrite) {
+  const fs::path file = Pack(root, {{"\\a.txt", "new"}});
+  WriteAll(out / "a.txt", "old");
+  zLibControl z;
+  ASSERT_EQ(z.Decompress(file.string(), out.string(), false, false, false, false, true, false), 0);
+  EXPECT_EQ(ReadAll(out / "a.txt"), "old");
+  ASSERT_EQ(z.Decompress(file.string(), out.string(), false, false, false, false, true, true), 0);
+  EXPECT_EQ(ReadAll(out / "a.txt"), "new");
+}
+
+TEST_F(ZLibTest, CompressStatuses) {
+  zLibControl z;
+  EXPECT_EQ(z.Compress((root / "c.zlb").string(), true, 6), -7);
+  WriteAll(root / "a.txt", "abc");
+  ASSERT_TRUE(z.AddFile((root / "a.txt").string()));
+  EXPECT_EQ(z.Compress(root.string(), true, 6), -9);
+  WriteAll(root / "c.zlb", "keep");
+  EXPECT_EQ(z.Compress((root / "c.zlb").string(), false, 6), -8);
+  EXPECT_EQ(ReadAll(root / "c.zlb"), "keep");
+  EXPECT_EQ(z.Compress((root / "c.zlb").string(), true, 6), 0);
+  EXPECT_NE(ReadAll(root / "c.zlb"), "keep");
+}
+
+TEST_F(ZLibTest, DecompressStatusesLeaveListAloneOnBadBanner) {
+  zLibControl z;
+  WriteAll(root / "a.txt", "abc");
+  ASSERT_TRUE(z.AddFile((root / "a.txt").string()));
+  EXPECT_EQ(z.Decompress((root / "none").string(), out.string(), false, true, false, false, true, true), -9);
+  EXPECT_EQ(z.Decompress(root.string(), out.string(), false, true, false, false, true, true), -9);
+
+  Bytes bad = ReadAll(Pack(root, {{"\\a", "a"}}));
+  bad[4] = 'm';
+  for (const Bytes& b : {bad, Bytes("\x15\0\0\0Morvel", 10), Bytes("\xff\xff\xff\x7f", 4), Bytes()}) {
+    WriteAll(root / "bad.zlb", b);
+    EXPECT_EQ(z.Decompress((root / "bad.zlb").string(), out.string(), false, true, false, false, true, true), -7);
+    EXPECT_EQ(z.FileCount(), 1);
+    EXPECT_EQ(z.Path(0), (root / "a.txt").string());
+  }
+}
+
+TEST_F(ZLibTest, CrcSwitchesDecideWhatIsKept) {
+  Bytes raw = ReadAll(Pack(root, {{"\\a.txt", "payload"}}));
+  // Spoil the stored CRC of the original: the blocks still inflate.
+  const size_t crcAt = 29 + 4 + 6 + 4;
+  PutLong(raw, crcAt, LongAt(raw, crcAt) ^ 1);
+  const fs::path file = root / "bad.zlb";
+  WriteAll(file, raw);
+
+  struct Case {
+    bool check, dbl, save, written;
+  };
+  for (const Case c : {Case{true, false, false, false}, Case{false, false, false, true}, Case{true, false, true, true},
+                       Case{true, true, true, true}, Case{false, true, false, true}}) {
+    SCOPED_TRACE(testing::Message() << c.check << c.dbl << c.save);
+    zLibControl z;
+    fs::remove_all(out);
+    EXPECT_EQ(z.Decompress(file.string(), out.string(), false, c.check, c.dbl, c.save, true, true), 0);
+    EXPECT_EQ(fs::exists(out / "a.txt"), c.written);
+  }
+  // The double check cannot decide by itself.
+  zLibControl z;
+  fs::remove_all(out);
+  EXPECT_THROW(z.Decompress(file.string(), out.string(), false, true, true, false, true, true), kmd::RuntimeError);
+  EXPECT_FALSE(fs::exists(out / "a.txt"));
+  EXPECT_EQ(TempCount(), 0u);
+}
+
+TEST_F(ZLibTest, BlockThatDoesNotInflateGivesZlibCodeAndNoOutput) {
+  Bytes raw = ReadAll(Pack(root, {{"\\a.txt", Noise(3000, 1)}, {"\\b.txt", "b"}}));
+  const size_t data = 29 + 4 + 6 + 16 + 8;
+  raw[data + 2] = static_cast<char>(raw[data + 2] ^ 0x55);
+  raw[data + 3] = static_cast<char>(raw[data + 3] ^ 0x55);
+  WriteAll(root / "bad.zlb", raw);
+  zLibControl z;
+  EXPECT_EQ(Unpack(z, root / "bad.zlb", out), -3);  // zlib's data error
+  EXPECT_FALSE(fs::exists(out / "a.txt"));
+  EXPECT_FALSE(fs::exists(out / "b.txt"));
+  EXPECT_EQ(TempCount(), 0u);
+}
+
+TEST_F(ZLibTest, BlockLengthClaimsAreNotTrusted) {
+  const Bytes data = Noise(10000, 5);
+  Bytes raw = ReadAll(Pack(root, {{"\\a.bin", data}}));
+  const size_t block = 29 + 4 + 6 + 16;
+  // An unpacked length far too large is bounded by what the block can hold; one too small
+  // is retried with more room.
+  for (int32_t claim : {0x7fffffff, 1}) {
+    SCOPED_TRACE(claim);
+    Bytes b = raw;
+    PutLong(b, block, claim);
+    WriteAll(root / "b.zlb", b);
+    zLibControl z;
+    ASSERT_EQ(Unpack(z, root / "b.zlb", out), 0);
+    EXPECT_EQ(ReadAll(out / "a.bin"), data);
+  }
+  // No room at all is zlib's data error.
+  Bytes none = raw;
+  PutLong(none, block, 0);
+  WriteAll(root / "b.zlb", none);
+  zLibControl z0;
+  fs::remove_all(out);
+  EXPECT_EQ(Unpack(z0, root / "b.zlb", out), -3);
+  EXPECT_FALSE(fs::exists(out / "a.bin"));
+
+  // Lengths that reach past the end of the file, or below zero, are file errors.
+  for (auto [at, claim] : {std::pair<size_t, int32_t>{block + 4, 0x7fffffff}, {block + 4, -1}, {block, -5},
+                           {29, 0x7fffffff}, {29, -2}, {25, 0x7ffffff0}, {25, -3}}) {
+    SCOPED_TRACE(testing::Message() << at << " " << claim);
+    Bytes b = raw;
+    PutLong(b, at, claim);
+    WriteAll(root / "b.zlb", b);
+    zLibControl z;
+    fs::remove_all(out);
+    EXPECT_THROW(Unpack(z, root / "b.zlb", out), kmd::RuntimeError);
+    EXPECT_FALSE(fs::exists(out / "a.bin"));
+    EXPECT_EQ(TempCount(), 0u);
+  }
+}
+
+TEST_F(ZLibTest, EveryTruncationFailsCleanly) {
+  const Bytes raw = ReadAll(Pack(root, {{"\\a.bin", Noise(300, 2)}, {"\\中.txt", "zz"}}));
+  for (size_t n = 0; n < raw.size(); ++n) {
+    SCOPED_TRACE(n);
+    WriteAll(root / "t.zlb", raw.substr(0, n));
+    zLibControl z;
+    fs::remove_all(out);
+    try {
+      EXPECT_EQ(Unpack(z, root / "t.zlb", out), -7);
+    } catch (const kmd::RuntimeError&) {
+    }
+    EXPECT_FALSE(fs::exists(out / "中.txt"));
+    EXPECT_EQ(TempCount(), 0u);
+  }
+}
+
+TEST_F(ZLibTest, StoredNamesCannotLeaveTheOutputFolder) {
+  const fs::path file = Pack(root, {{"\\..\\..\\evil1", "1"},
+                                    {"\\a\\..\\..\\evil2", "2"},
+                                    {"..", "3"},
+                                    {"\\sub/../../evil4", "4"},
+                                    {"\\dir\\", "5"},
+                                    {"plain", "6"}});
+  const auto before = std::distance(fs::directory_iterator(root), {});
+  zLibControl z;
+  ASSERT_EQ(Unpack(z, file, out), 0);
+  EXPECT_EQ(std::distance(fs::directory_iterator(root), {}), before + 1);  // only "out"
+  EXPECT_EQ(ReadAll(out / "plain"), "6");
+  EXPECT_FALSE(fs::exists(root.parent_path() / "evil1"));
+
+  // Without paths only the last part counts, which keeps the file inside.
+  fs::remove_all(out);
+  ASSERT_EQ(Unpack(z, file, out, false), 0);
+  EXPECT_EQ(ReadAll(out / "evil1"), "1");
+  EXPECT_EQ(ReadAll(out / "evil2"), "2");
+  EXPECT_EQ(std::distance(fs::directory_iterator(root), {}), before + 1);
+}
+
+TEST_F(ZLibTest, SourceDeletedAfterAddIsSkippedButStillCounted) {
+  WriteAll(root / "a.txt", "aaa");
+  WriteAll(root / "b.txt", "bbb");
+  zLibControl z;
+  ASSERT_TRUE(z.AddFile((root / "a.txt").string()));
+  ASSERT_TRUE(z.AddFile((root / "b.txt").string()));
+  fs::remove(root / "b.txt");
+  ASSERT_EQ(z.Compress((root / "c.zlb").string(), false, 6), 0);
+  EXPECT_EQ(LongAt(ReadAll(root / "c.zlb"), 25), 1);
+
+  zLibControl r;
+  EXPECT_THROW(Unpack(r, root / "c.zlb", out, false), kmd::RuntimeError);
+  EXPECT_EQ(ReadAll(out / "a.txt"), "aaa");
+}
+
+TEST_F(ZLibTest, AddFileListsPatternsAndManagesTheList) {
+  WriteAll(root / "d" / "b.TXT", "bb");
+  WriteAll(root / "d" / "a.txt", "a");
+  WriteAll(root / "d" / "c.dat", "c");
+  WriteAll(root / "d" / "noext", "n");
+  fs::create_directories(root / "d" / "sub.txt");
+  const std::string d = (root / "d").string() + "/";
+
+  zLibControl z;
+  EXPECT_FALSE(z.AddFile(d + "missing.txt"));
+  EXPECT_FALSE(z.AddFile(d + "sub.txt"));
+  EXPECT_TRUE(z.AddFile(d + "sub.txt", 16));
+  EXPECT_EQ(z.FileCount(), 0);
+  EXPECT_FALSE(z.AddFile(d + "*.zip"));
+  ASSERT_TRUE(z.AddFile(d + "*.txt"));
+  ASSERT_EQ(z.FileCount(), 2);
+  EXPECT_EQ(z.Path(0), d + "a.txt");
+  EXPECT_EQ(z.Path(1), d + "b.TXT");
+  ASSERT_TRUE(z.AddFile(d + "*.*"));
+  EXPECT_EQ(z.FileCount(), 6);  // "*.*" takes names without a dot too
+
+  // A Windows form path reaches the same file and keeps the Windows form.
+  const std::string win = "C:" + kmd::zpath::ToWindows(d) + "c.dat";
+  ASSERT_TRUE(z.AddFile(win));
+  EXPECT_EQ(z.Path(6), win);
+  EXPECT_EQ(z.filename(6), kmd::zpath::ToWindows(d) + "c.dat");
+  EXPECT_EQ(z.Original_Crc32(6), z.Original_Crc32(4));
+  EXPECT_EQ(z.Max(), 1);  // the size of the last file added, raised to the minimum
+
+  EXPECT_FALSE(z.RemoveFile(7));
+  EXPECT_FALSE(z.RemoveFile(-1));
+  ASSERT_TRUE(z.RemoveFile(0));
+  EXPECT_EQ(z.FileCount(), 6);
+  EXPECT_EQ(z.Path(0), d + "b.TXT");
+  EXPECT_EQ(z.Path(7), "");
+  EXPECT_EQ(z.FileSize(7), -1);
+  EXPECT_EQ(z.Compressed_Size(-1), -1);
+  EXPECT_EQ(z.Original_Crc32(6), "");
+  z.SetFilename(9, "x");  // ignored
+  z.SetFilename(0, "y.txt");
+  EXPECT_EQ(z.filename(0), "\\y.txt");
+
+  z.SetValue(5);
+  z.reset();
+  EXPECT_EQ(z.FileCount(), 0);
+  EXPECT_EQ(z.Value(), 0);
+  EXPECT_EQ(TempCount(), 0u);
+  EXPECT_EQ(z.Calculate_Crc32(d + "nothing"), 0u);
+  EXPECT_EQ(z.Calculate_Crc32(d), 0u);
+}
+
+TEST(ZLibBar, ScaleClipsAndFaceFollowsValue) {
+  zLibControl z;
+  int repaints = 0;
+  z.Repaint = [&] { ++repaints; };
+  z.SetValue(150);
+  EXPECT_EQ(z.Value(), 100);
+  z.SetValue(-3);
+  EXPECT_EQ(z.Value(), 0);
+  ASSERT_EQ(z.Face().size(), 1u);  // nothing in the bar colour below one unit
+  z.SetValue(40);
+  z.SetMax(30);
+  EXPECT_EQ(z.Value(), 30);
+  z.SetMax(0);
+  EXPECT_EQ(z.Max(), 1);
+  EXPECT_EQ(z.Value(), 1);
+  EXPECT_GT(repaints, 0);
+
+  z.SetMax(10);
+  z.SetValue(4);
+  z.SetVertical(true);
+  const auto face = z.Face();
+  ASSERT_EQ(face.size(), 2u);
+  EXPECT_EQ(face[0].Color, z.BackColor());
+  EXPECT_DOUBLE_EQ(face[0].y1, 4);
+  EXPECT_DOUBLE_EQ(face[0].y2, 10);
+  EXPECT_EQ(face[1].Color, z.BarColor());
+  EXPECT_DOUBLE_EQ(face[1].y1, 0);
+  EXPECT_DOUBLE_EQ(face[1].y2, 4);
+
+  z.SetReadBuf(0);
+  EXPECT_EQ(z.ReadBuf(), 65536);
+}
+
+TEST(ZLibBar, PropertiesSaveOnlyChangesAndReadBack) {
+  zLibControl z;
+  std::map<std::string, kmd::Value> bag;
+  z.WriteProperties(bag);
+  EXPECT_TRUE(bag.empty());
+  EXPECT_FALSE(z.PropertiesChanged());
+  z.SetBarColor(0xFF);
+  z.SetFlat(false);
+  z.SetReadBuf(1024);
+  EXPECT_TRUE(z.PropertiesChanged());
+  z.WriteProperties(bag);
+  EXPECT_EQ(bag.size(), 3u);
+
+  zLibControl r;
+  r.ReadProperties(bag);
+  EXPECT_EQ(r.BarColor(), 0xFFu);
+  EXPECT_EQ(r.BackColor(), 0x8000000Fu);
+  EXPECT_FALSE(r.Flat());
+  EXPECT_EQ(r.ReadBuf(), 1024);
+  EXPECT_EQ(r.Max(), 100);
+}

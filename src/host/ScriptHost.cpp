@@ -157,28 +157,28 @@ bool ScriptHost::CallOperation(const std::string& op, const std::string& args) {
   if (std::find(withArgs.begin(), withArgs.end(), op) == withArgs.end()) return false;
   FormGuard& f = CurrentForm();
   if (op == "Init") {
-    m_Out << "= " << Bool(f.Init(m_Context.get(), m_ProgramId, m_RecordId)) << "\n";
+    { auto r = Bool(f.Init(m_Context.get(), m_ProgramId, m_RecordId)); m_Out << "= " << r << "\n"; }
   } else if (op == "Find") {
-    m_Out << "= " << Bool(f.Find(Value(args))) << "\n";
+    { auto r = Bool(f.Find(Value(args))); m_Out << "= " << r << "\n"; }
   } else if (op == "Filter") {
-    m_Out << "= " << Bool(f.Filter(Value(args))) << "\n";
+    { auto r = Bool(f.Filter(Value(args))); m_Out << "= " << r << "\n"; }
   } else if (op == "DoSetStatus") {
     auto [s, v] = SplitWord(args);
-    m_Out << "= " << Bool(f.DoSetStatus(s, static_cast<int32_t>(text::Val(v)))) << "\n";
+    { auto r = Bool(f.DoSetStatus(s, static_cast<int32_t>(text::Val(v)))); m_Out << "= " << r << "\n"; }
   } else if (op == "GetID") {
-    m_Out << "= " << f.GetID() << "\n";
+    { auto r = f.GetID(); m_Out << "= " << r << "\n"; }
   } else if (op == "CheckStatus") {
-    m_Out << "= " << Bool(f.CheckStatus(args)) << "\n";
+    { auto r = Bool(f.CheckStatus(args)); m_Out << "= " << r << "\n"; }
   } else if (op == "ReturnPrintName") {
-    m_Out << "= " << Quote(f.ReturnPrintName()) << "\n";
+    { auto r = Quote(f.ReturnPrintName()); m_Out << "= " << r << "\n"; }
   } else if (op == "DoGetFormStatus") {
     f.DoGetFormStatus();
   } else if (op == "DoSaveFormStatus") {
     f.DoSaveFormStatus();
   } else if (op == "Attributes") {
-    m_Out << "= " << Quote(f.Attributes(static_cast<int32_t>(text::Val(args)))) << "\n";
+    { auto r = Quote(f.Attributes(static_cast<int32_t>(text::Val(args)))); m_Out << "= " << r << "\n"; }
   } else if (op == "Parameters") {
-    m_Out << "= " << (f.Parameters() ? "Object" : "Nothing") << "\n";
+    { auto r = (f.Parameters() ? "Object" : "Nothing"); m_Out << "= " << r << "\n"; }
   } else {
     return false;
   }

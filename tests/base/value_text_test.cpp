@@ -1,0 +1,54 @@
+#include <gtest/gtest.h>
+
+#include "base/RuntimeError.h"
+#include "base/Text.h"
+#include "base/Value.h"
+
+using namespace kmd;
+
+TEST(Value, ConversionsOfNullEmptyAndText) {
+  EXPECT_EQ(Value::Null().ToText(), "");
+  EXPECT_EQ(Value().ToText(), "");
+  EXPECT_EQ(Value::Null().ToLong(), 0);
+  EXPECT_EQ(Value("abc").ToDouble(), 0);
+  EXPECT_EQ(Value("12abc").ToLong(), 12);
+  EXPECT_EQ(Value(true).ToText(), "True");
+  EXPECT_EQ(Value(2.5).ToText(), "2.5");
+  EXPECT_EQ(Value(3.0).ToText(), "3");
+  EXPECT_EQ(Value(5000000000LL).GetType(), Value::Type::Double);
+  EXPECT_THROW(Value(5e9).ToLong(), RuntimeError);
+  EXPECT_EQ(Value("\"x").Display(), "\"\"x\"");
+  EXPECT_EQ(Value(7).Display(), "7");
+}
+
+TEST(Value, WholeNumbersRoundHalfToEven) {
+  EXPECT_EQ(Value(2.5).ToLong(), 2);
+  EXPECT_EQ(Value(3.5).ToLong(), 4);
+  EXPECT_EQ(Value(-2.5).ToLong(), -2);
+  EXPECT_EQ(Value("0.5").ToLong(), 0);
+  EXPECT_EQ(Value(1.5000001).ToLong(), 2);
+}
+
+TEST(Text, ValReadsTheLeadingNumberOnly) {
+  EXPECT_EQ(text::Val(""), 0);
+  EXPECT_EQ(text::Val("  42 "), 42);
+  EXPECT_EQ(text::Val("-3.5e2x"), -350);
+  EXPECT_EQ(text::Val("1 2 3"), 123);
+  EXPECT_EQ(text::Val("&HFF"), 255);
+  EXPECT_EQ(text::Val("&HFFFF"), -1);
+  EXPECT_EQ(text::Val("k12"), 0);
+  EXPECT_EQ(text::Val("1e"), 1);
+}
+
+TEST(Text, CountsInUtf16UnitsAndUpperCasesLatinOnly) {
+  EXPECT_EQ(text::Len("计量单位"), 4u);
+  EXPECT_EQ(text::Len("a😀"), 3u);  // a surrogate pair counts two
+  EXPECT_EQ(text::Left("计量单位", 2), "计量");
+  EXPECT_EQ(text::Mid("计量单位", 3), "单位");
+  EXPECT_EQ(text::Mid("abc", 5), "");
+  EXPECT_EQ(text::InStr("xABCy", "ABC"), 2u);
+  EXPECT_EQ(text::InStr("单位", "位"), 2u);
+  EXPECT_EQ(text::UCase("abcäö计"), "ABCäö计");
+  EXPECT_EQ(text::Trim("  a b  "), "a b");
+  EXPECT_EQ(text::Split("k=1;x=a,b", ';').size(), 2u);
+}

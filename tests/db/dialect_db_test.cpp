@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include "base/RuntimeError.h"
+#include "db/Database.h"
+#include "db/Dialect.h"
+#include "db/IdCounter.h"
+#include "db/SqliteConnection.h"
+
+using namespace kmd;
+using kmd::db::dialect::ToSqlite;
+
+TEST(Dialect, TopBecomesLimitOfItsOwnQuery) {
+  EXPECT_EQ(ToSqlite(" SELECT Top 1 产品类别ID FROM KMDCPML WHERE 产品类别ID=5"),
+            " SELECT 产品类别ID FROM KMDCPML WHERE 产品类别ID=5 LIMIT 1");
+  EXPECT_EQ(ToSqlite("SELECT TOP 0 * From KMDCPMLAttach"), "SELECT * From KMDCPMLAttach LIMIT 0");
+  EXPECT_EQ(ToSqlite("select a from t where b in (select top 2 c from u order by c) order by a"),
+            "select a from t where b in (select c from u order by c LIMIT 2) order by a");
+  EXPECT_EQ(ToSqlite("select 'TOP 1' from t"), "select 'TOP 1' from t");
+}
+
+TEST(Dialect, DboIsNullDatesAndDeleteWithoutFrom) {
+  EXPECT_EQ(ToSqlite("SELECT dbo.kmdbz.币种ID FROM dbo.kmdbz"), "SELECT kmdbz.币种ID FROM kmdbz");
+  EXPECT_EQ(ToSqlite("select IsNull(A.x, 0) from t A"), "select ifnull(A.x, 0) from t A");
+  EXPECT_EQ(ToSqlite("insert into t values (#1900-01-01#)"), "insert into t values ('1900-01-01')");
+  EXPECT_EQ(ToSqlite("select '#1900-01-01#'"), "select '#1900-01-01#'");
+  EXPECT_EQ(ToSqlite("DELETE kmdxsy WHERE AutoID=1"), "DELETE FROM kmdxsy WHERE AutoID=1");
+  EXPECT_EQ(ToSqlite("delete from t where a=1"), "delete from t where a=1");
+}
+
+class DbTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    conn = std::make_shared<db::SqliteConnection>(":memory:");
+    ASSERT_EQ(conn->RunScript("CREATE TABLE xt_idcounter (tablename TEXT PRIMARY KEY, lastid INTEGER);"
+                              "CREATE TABLE kmdwldw (往来ID INTEGER PRIMARY KEY, 销售员ID INTEGER);"
+                              "CREATE TABLE kmdwlxsy (往来ID INTEGER, 销售员ID INTEGER);"
+                              "CREATE TABLE KMDSKFS (收款方式ID INTEGER PRIMARY KEY, 收款名称 TEXT);"
+                              "INSERT INTO kmdwldw VALUES (1, 7), (2, 8), (3, 0);"
+                              "INSERT INTO kmdwlxsy VALUES (1, 7);"
+                              "INSERT INTO KMDSKFS VALUES (10, 'cash');"),
+              "");
+    database = std::make_shared<db::Database>(conn);
+  }
+  std::shared_ptr<db::SqliteConnection> conn;
+  std::shared_ptr<db::Database> database;
+};
+
+TEST_F(DbTest, UpdateFromJoinClearsOnlyUnbackedRows) {
+  database->CreateCommand(
+              "update kmdwldw set 销售员ID=0 from kmdwldw A left join kmdwlxsy B on A.往来ID=B.往来ID and "
+              "A.销售员ID=B.销售员ID Where IsNull(A.销售员ID, 0)<>0 And IsNull(B.销售员ID, 0)=0")
+      ->Execute();
+  ASSERT_EQ(database->LastError().Description(), "");
+  auto rs = database->CreateCommand("select 销售员ID from kmdwldw order by 往来ID")->OpenRecordset();
+  std::vector<int> got;
+  for (; !rs->Eof(); rs->MoveNext()) got.push_back(rs->Fields("销售员id").ToLong());
+  EXPECT_EQ(got, (std::vector<int>{7, 0, 0}));
+}
+
+TEST_F(DbTest, FailuresShowOnlyInLastError) {
+  auto scalar = database->CreateCommand("select count(*) from nosuch")->ExecuteScalar();
+  EXPECT_TRUE(scalar.IsNull());
+  EXPECT_NE(database->LastError().Description(), "");
+  auto rs = database->CreateCommand("select * from nosuch")->OpenRecordset();
+  EXPECT_TRUE(rs->Eof() && rs->Bof());
+  EXPECT_THROW(rs->Fields("x"), RuntimeError);
+  database->CreateCommand("select 1")->ExecuteScalar();
+  EXPECT_EQ(database->LastError().Description(), "");
+  // A second statement is refused, not run.
+  database->CreateCommand("delete from kmdwldw where 往来ID=1; delete from kmdwldw")->Execute();
+  EXPECT_NE(database->LastError().Description(), "");
+  EXPECT_EQ(database->CreateCommand("select count(*) from kmdwldw")->ExecuteScalar().ToLong(), 3);
+  // An id in quotes compares as a number against an INTEGER column.
+  EXPECT_EQ(database->CreateCommand("select count(*) from kmdwldw where 往来ID='2'")->ExecuteScalar().ToLong(), 1);
+  EXPECT_EQ(database->Info().Item(Value("driver")).ToText(), "sqlite");
+}
+
+TEST_F(DbTest, TransactionsRollBack) {
+  database->BeginTrans();
+  EXPECT_TRUE(database->InTrans());
+  database->CreateCommand("delete from kmdwldw")->Execute();
+  database->RollbackTrans();
+  EXPECT_FALSE(database->InTrans());
+  EXPECT_EQ(database->CreateCommand("select count(*) from kmdwldw")->ExecuteScalar().ToLong(), 3);
+  EXPECT_THROW(database->CommitTrans(), RuntimeError);
+}
+
+TEST_F(DbTest, NextIdSharesOneCounterPerTableAndStaysAboveTheHighestKey) {
+  EXPECT_EQ(db::NextId(*conn, "KMDSKFS ", "收款方式ID"), 11);
+  EXPECT_EQ(db::NextId(*conn, "kmdskfs", "收款方式ID"), 12);
+  conn->Run("INSERT INTO KMDSKFS VALUES (40, 'x')", {}, nullptr);
+  EXPECT_EQ(db::NextId(*conn, "KmdSkfs", "收款方式ID"), 41);
+  EXPECT_EQ(db::NextId(*conn, "kmdwldw", "往来ID"), 4);
+  EXPECT_THROW(db::NextId(*conn, "nosuch", "id"), RuntimeError);
+}
+
+TEST_F(DbTest, AddNewWritesARowThroughTheRecordset) {
+  auto rs = database->CreateCommand("SELECT TOP 0 * From KMDSKFS")->OpenRecordset();
+  ASSERT_TRUE(rs->Eof());
+  rs->AddNew();
+  rs->Fields("收款方式ID") = Value(77);
+  rs->Fields("收款名称") = Value("card");
+  rs->Update();
+  EXPECT_EQ(database->CreateCommand("select 收款名称 from KMDSKFS where 收款方式ID=77")->ExecuteScalar().ToText(), "card");
+}

@@ -1,0 +1,178 @@
+#include <gtest/gtest.h>
+
+#include <deque>
+
+#include "base/RuntimeError.h"
+#include "tree/cTreeView.h"
+
+using namespace kmd;
+
+namespace {
+
+class FakePlatform : public view::Platform {
+ public:
+  int MsgBox(const std::string& text, int, const std::string&) override {
+    boxes.push_back(text);
+    return view::vbOK;
+  }
+  std::string InputBox(const std::string& prompt, const std::string&, const std::string&) override {
+    prompts.push_back(prompt);
+    std::string a = answers.empty() ? "" : answers.front();
+    if (!answers.empty()) answers.pop_front();
+    return a;
+  }
+  std::vector<std::string> boxes, prompts;
+  std::deque<std::string> answers;
+};
+
+class TreeTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    tv.HookCtrl(&ctrl, std::make_shared<view::ImageList>(std::vector<std::string>{"a", "b", "DRAGICON"}));
+    tv.Selected = [this](const NodePtr& n) { selected.push_back(n ? n->Text : "<none>"); };
+  }
+  NodePtr Add(const NodeRef& rel, const std::string& key, const std::string& text) {
+    return tv.NodeAdd(rel, rel.IsNone() ? -1 : view::tvwChild, key, text);
+  }
+  FakePlatform platform;
+  view::TreeView ctrl;
+  cTreeView tv{platform};
+  std::vector<std::string> selected;
+};
+
+}  // namespace
+
+TEST_F(TreeTest, AddSelectsEveryNewNodeAndRefusesDuplicateKeysSilently) {
+  auto root = Add({}, "ROOT", "单位");
+  auto a = Add("ROOT", "k1", "A  one");
+  EXPECT_EQ(ctrl.SelectedItem(), a);
+  EXPECT_EQ(a->Image.ToLong(), 1);
+  EXPECT_EQ(a->SelectedImage.ToLong(), 2);
+  EXPECT_TRUE(root->Expanded());  // made visible
+  EXPECT_EQ(Add("ROOT", "k1", "again"), nullptr);
+  EXPECT_EQ(ctrl.SelectedItem(), a);
+  EXPECT_EQ(Add("nokey", "k9", "x"), nullptr);
+  EXPECT_TRUE(platform.boxes.empty());
+  EXPECT_TRUE(tv.IsRootNode(root));
+  EXPECT_FALSE(tv.IsRootNode(a));
+  ctrl.SetSelectedItem(root);
+  EXPECT_FALSE(tv.IsSelected());
+  ctrl.SetSelectedItem(a);
+  EXPECT_TRUE(tv.IsSelected());
+}
+
+TEST_F(TreeTest, HookWithoutDragIconReportsInABoxAndStaysHooked) {
+  view::TreeView other;
+  cTreeView w(platform);
+  w.HookCtrl(&other, std::make_shared<view::ImageList>(std::vector<std::string>{"a"}));
+  ASSERT_EQ(platform.boxes.size(), 1u);
+  EXPECT_EQ(platform.boxes[0], "cTreeView-->Element not found");
+  EXPECT_EQ(w.ctrl(), &other);
+}
+
+TEST_F(TreeTest, FindMatchesSubstringsWithoutLatinCaseAndFindNextNeverWraps) {
+  Add({}, "ROOT", "root");
+  auto x1 = Add("ROOT", "k1", "xABCy");
+  Add("ROOT", "k2", "other");
+  auto x3 = Add("ROOT", "k3", "abc again");
+  NodePtr r;
+  std::string text = "abc";
+  ASSERT_TRUE(tv.NodeFind(r, text));
+  EXPECT_EQ(r, x1);
+  EXPECT_EQ(selected.back(), "xABCy");
+  ASSERT_TRUE(tv.NodeFindNext(r, "abc", x1->Index()));
+  EXPECT_EQ(r, x3);
+  EXPECT_FALSE(tv.NodeFindNext(r, "abc", x3->Index()));
+  EXPECT_FALSE(tv.NodeFindNext(r, "abc", x3->Index()));
+  EXPECT_EQ(r, x3);  // left as it was
+  // An empty text is asked for, and written back for a later find-next.
+  std::string empty;
+  platform.answers.push_back("other");
+  ASSERT_TRUE(tv.NodeFind(r, empty));
+  EXPECT_EQ(empty, "other");
+  EXPECT_EQ(platform.prompts.back(), "输入要查找的节点名称:");
+  EXPECT_FALSE(tv.NodeFindNext(r, "", 1));
+  // By key.
+  std::string ignored = "zzz";
+  ASSERT_TRUE(tv.NodeFind(r, ignored, "k2"));
+  EXPECT_EQ(r->Key(), "k2");
+}
+
+TEST_F(TreeTest, DeletePassesSelectionForwardAndIndexesCloseUp) {
+  Add({}, "ROOT", "root");
+  auto a = Add("ROOT", "k1", "a");
+  auto b = Add("ROOT", "k2", "b");
+  auto c = Add("ROOT", "k3", "c");
+  ctrl.SetSelectedItem(b);
+  tv.NodeDelete(b);
+  EXPECT_EQ(ctrl.SelectedItem(), c);
+  EXPECT_EQ(selected.back(), "c");
+  EXPECT_EQ(c->Index(), 3);
+  EXPECT_THROW(b->Index(), RuntimeError);
+  EXPECT_EQ(b->Text, "b");  // a kept reference still reads
+  // The last sibling: the control picks the previous sibling after the removal.
+  selected.clear();
+  tv.NodeDelete(c);
+  EXPECT_TRUE(selected.empty());
+  EXPECT_EQ(ctrl.SelectedItem(), a);
+  EXPECT_EQ(ctrl.Count(), 2);
+}
+
+TEST_F(TreeTest, DeleteOfSelectedLastChildRaisesItsChildFirst) {
+  Add({}, "ROOT", "root");
+  auto p = Add("ROOT", "k1", "p");
+  Add(p, "k2", "child");
+  ctrl.SetSelectedItem(p);
+  tv.NodeDelete(p);
+  ASSERT_EQ(selected.size(), 1u);
+  EXPECT_EQ(selected[0], "child");
+  EXPECT_EQ(ctrl.Count(), 1);
+  EXPECT_EQ(ctrl.SelectedItem()->Key(), "ROOT");
+}
+
+TEST_F(TreeTest, NavigationWalksSiblingsThenChildren) {
+  auto root = Add({}, "ROOT", "root");
+  auto a = Add("ROOT", "k1", "a");
+  auto a1 = Add(a, "k11", "a1");
+  auto b = Add("ROOT", "k2", "b");
+  ctrl.SetSelectedItem(a);
+  tv.MoveNodeNext();
+  EXPECT_EQ(ctrl.SelectedItem(), b);
+  tv.MoveNodeNext();  // last sibling without children stays
+  EXPECT_EQ(ctrl.SelectedItem(), b);
+  tv.MoveNodePrevious();
+  EXPECT_EQ(ctrl.SelectedItem(), a);
+  tv.MoveNodePrevious();
+  EXPECT_EQ(ctrl.SelectedItem(), root);
+  ctrl.SetSelectedItem(a1);
+  tv.MoveNodeNext();
+  EXPECT_EQ(ctrl.SelectedItem(), a1);
+  selected.clear();
+  tv.ReSelectItem();
+  EXPECT_EQ(selected, (std::vector<std::string>{"a1"}));
+}
+
+TEST_F(TreeTest, NodeModelReparentsAndWalks) {
+  auto root = Add({}, "R", "root");
+  auto a = Add("R", "a", "A");
+  auto b = Add("R", "b", "B");
+  auto b1 = Add(b, "b1", "B1");
+  EXPECT_EQ(b1->FullPath(), "root\\B\\B1");
+  EXPECT_EQ(a->LastSibling(), b);
+  EXPECT_EQ(b->FirstSibling(), a);
+  EXPECT_EQ(b1->Root(), root);
+  b->SetParent(a);
+  EXPECT_EQ(a->Child(), b);
+  EXPECT_EQ(root->Children(), 1);
+  EXPECT_THROW(a->SetParent(b1), RuntimeError);
+  ctrl.Remove(a);
+  EXPECT_EQ(ctrl.Count(), 1);
+  EXPECT_EQ(ctrl.FindKey("b1"), nullptr);
+  ctrl.SetHeight(480);  // two rows
+  for (int i = 0; i < 5; ++i) Add("R", "n" + std::to_string(i), "n");
+  EXPECT_EQ(ctrl.FirstVisibleRow(), 4);  // the last add is in view
+  EXPECT_EQ(ctrl.HitTest(10, 250)->Key(), "n4");
+  tv.ClearTreeView();
+  EXPECT_EQ(ctrl.Count(), 0);
+  EXPECT_FALSE(root->InTree());
+}

@@ -20,6 +20,11 @@ view::TextField* FlatDictionary::AddField(int index, const std::string& caption)
   return f;
 }
 
+view::TextField* FlatDictionary::AddColumnField(int index, const std::string& column) {
+  m_ShownColumns.emplace_back(index, column);
+  return AddField(index, column);
+}
+
 void FlatDictionary::AddIdLabel(const std::string& name, int index, const std::string& caption) {
   m_Controls.Add<view::Label>("Label1", -1, caption);
   m_IdLabel = m_Controls.Add<view::Label>(name, index);
@@ -48,7 +53,7 @@ int32_t FlatDictionary::EditingId() const {
 
 void FlatDictionary::Refuse(const Refusal& r) {
   if (r.channel == Refusal::Box) MsgBox(r.text, r.style, r.title);
-  else RaiseErrMessage(r.text, r.level, r.title);
+  else if (r.channel == Refusal::Report) RaiseErrMessage(r.text, r.level, r.title);
 }
 
 bool FlatDictionary::RefuseEmpty(view::TextField& field, const std::string& text, int style,
@@ -142,6 +147,53 @@ void FlatDictionary::UpdateScreen(int32_t id) {
     RaiseErrMessage(std::string("更新屏幕时出错，原因：") + e.what(), kFailure, m_Title);
     if (db) db->ResetState();
   }
+}
+
+void FlatDictionary::ShowRecord(db::Recordset& rs, int32_t) {
+  for (const auto& [index, column] : m_ShownColumns) qnT(index).SetText(Str(rs, column));
+}
+
+bool FlatDictionary::IsCanSave() {
+  try {
+    if (!m_CodeColumn.empty() && RefuseEmpty(qnT(0), m_EmptyCodeText)) return false;
+    if (RefuseEmpty(NameField(), m_EmptyNameText)) return false;
+    int32_t id = EditingId();
+    for (const auto& check : SaveChecks(id <= 0, std::to_string(id))) {
+      if (Taken(check.sql, check.byRow) == check.mustFind) continue;
+      RefuseDuplicate(check.text, check.focus, m_DuplicateStyle);
+      return false;
+    }
+    return true;
+  } catch (const std::exception& e) {
+    RaiseErrMessage(std::string("Cansave中出错，原因：") + e.what(), kFailure, m_Title);
+    return false;
+  }
+}
+
+std::vector<FlatDictionary::SaveCheck> FlatDictionary::SaveChecks(bool, const std::string&) { return {}; }
+
+bool FlatDictionary::IsSystemRecord(int32_t id) {
+  auto rs = Query(SystemRowSql(id));
+  bool system = Num(*rs, "是否系统") == 1;
+  rs->Close();
+  return system;
+}
+
+bool FlatDictionary::IsCanDelete() {
+  try {
+    if (!IsSystemRecord(EditingId())) return true;
+    RefuseSystemRow();
+    return false;
+  } catch (const std::exception& e) {
+    RaiseErrMessage(std::string("iscandelete出错，原因：") + e.what(), kFailure, m_Title);
+    return false;
+  }
+}
+
+bool FlatDictionary::IsCanEdit() {
+  if (m_EditSystemRowRefusal.text.empty() || !IsSystemRecord(EditingId())) return true;
+  Refuse(m_EditSystemRowRefusal);
+  return false;
 }
 
 bool FlatDictionary::FileNew() {

@@ -1,5 +1,6 @@
 #pragma once
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "db/Recordset.h"
@@ -32,9 +33,9 @@ class FlatDictionary : public Form {
   std::string Title() const override { return m_Title; }
 
  protected:
-  // A refusal shown either as a modal box or reported to the host through ErrMessage.
+  // A refusal shown as a modal box, reported to the host through ErrMessage, or kept silent.
   struct Refusal {
-    enum Channel { Box, Report } channel = Report;
+    enum Channel { Box, Report, Silent } channel = Report;
     std::string text;
     int style = 0;  // icon of a box
     std::string title = "提示：";
@@ -62,19 +63,47 @@ class FlatDictionary : public Form {
   Refusal m_NothingSelected{Refusal::Report, "", 0, "提示：", kSelection};
   Refusal m_RootSelected{Refusal::Report, "根节点不能删除，请检查后重试!", 0, "提示：", kSelection};
   std::string m_EditNothingSelected = "无选择项目,不能进行编辑!";
+  // The generic IsCanSave: boxes for an empty code (forms with a code column) and name, and the
+  // icon of the boxes of SaveChecks.
+  std::string m_EmptyCodeText;
+  std::string m_EmptyNameText;
+  int m_DuplicateStyle = view::vbInformation;
+  // The generic IsCanDelete refuses a system row this way.
+  Refusal m_SystemRowRefusal;
+  // Where set (text not empty), the generic IsCanEdit refuses a system row this way.
+  Refusal m_EditSystemRowRefusal{Refusal::Box, "", view::vbInformation, "提示:", kSelection};
 
   // Controls every member has: qnT fields and, except where a form has none, the id label.
   view::ControlArray<view::TextField> qnT;
   view::Label* m_IdLabel = nullptr;
 
+  // One test of the generic IsCanSave: the statement, the box it gives and the field it focuses.
+  struct SaveCheck {
+    std::string sql;
+    std::string text;
+    view::TextField* focus = nullptr;
+    bool byRow = false;      // a found row is a hit, else a count above 0
+    bool mustFind = false;   // refused when nothing is found (the edited record has gone)
+  };
+
   // ---- The member's routines. ----
   virtual std::string UpdateScreenSql(int32_t id) const = 0;
-  // Fills the fields from the record (a row is there).
-  virtual void ShowRecord(db::Recordset& rs, int32_t id) = 0;
-  virtual bool IsCanSave() = 0;
-  virtual bool IsCanDelete() = 0;
-  // A rule that may refuse to open the selected record for editing.
-  virtual bool IsCanEdit() { return true; }
+  // Fills the fields from the record (a row is there); by default the columns of AddColumnField.
+  virtual void ShowRecord(db::Recordset& rs, int32_t id);
+  // By default: the empty-field boxes, then SaveChecks in order; the first hit refuses.
+  virtual bool IsCanSave();
+  // The duplicate tests of a save; `id` is the edited record's id, "0" or less on New.
+  virtual std::vector<SaveCheck> SaveChecks(bool isNew, const std::string& id);
+  // By default: a system row (IsSystemRecord) is refused by RefuseSystemRow.
+  virtual bool IsCanDelete();
+  // The statement that reads 是否系统 of the record `id`.
+  virtual std::string SystemRowSql(int32_t /*id*/) const { return ""; }
+  // 是否系统 of the record is 1; a missing record is a run-time error.
+  virtual bool IsSystemRecord(int32_t id);
+  virtual void RefuseSystemRow() { Refuse(m_SystemRowRefusal); }
+  // A rule that may refuse to open the selected record for editing: by default none, or a system
+  // row where m_EditSystemRowRefusal is set.
+  virtual bool IsCanEdit();
   virtual void NewId(int32_t& id) = 0;
   virtual std::string InsertSql(int32_t id) const = 0;
   virtual std::string UpdateSql(int32_t id) const = 0;
@@ -91,6 +120,8 @@ class FlatDictionary : public Form {
   // ---- Helpers for the members' rules. ----
   // Adds a qnT field with its caption; its typing sets m_IsDirty.
   view::TextField* AddField(int index, const std::string& caption);
+  // Adds a qnT field captioned and filled by `column`.
+  view::TextField* AddColumnField(int index, const std::string& column);
   // Adds the id label with the caption label beside it.
   void AddIdLabel(const std::string& name, int index, const std::string& caption);
   // Box when the field is empty; true when it refused.
@@ -115,6 +146,9 @@ class FlatDictionary : public Form {
   db::RecordsetPtr Query(const std::string& sql);
 
   void InitProperties();
+
+ private:
+  std::vector<std::pair<int, std::string>> m_ShownColumns;  // qnT index, column
 };
 
 }  // namespace kmd

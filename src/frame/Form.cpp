@@ -11,7 +11,10 @@ Form::Form(std::string className, view::Platform& platform)
       m_ClassName(std::move(className)),
       m_Platform(platform) {}
 
-Form::~Form() = default;
+Form::~Form() {
+  // The wrapper unhooks from its control, so it goes before the controls do.
+  m_Tv.reset();
+}
 
 int32_t Form::EventNumber(FormEvent e) const {
   switch (e) {

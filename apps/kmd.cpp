@@ -12,6 +12,7 @@
 #include "host/Context.h"
 #include "host/ScriptHost.h"
 #include "host/Setup.h"
+#include "apps/PackCommands.h"
 
 namespace {
 
@@ -48,7 +49,9 @@ int main(int argc, char** argv) {
   run->add_option("--home", home, "The user's home folder (form status files)");
   run->add_option("--user", user, "The user's name");
 
+  kmd::apps::AddPackCommands(app);
   CLI11_PARSE(app, argc, argv);
+  if (int packed = kmd::apps::RunPackCommands(); packed >= 0) return packed;
 
   try {
     if (init->parsed()) {

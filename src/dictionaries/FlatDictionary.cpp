@@ -246,9 +246,14 @@ bool FlatDictionary::FileSave() {
       node->EnsureVisible();
     } else {
       auto node = Tree()->SelectedItem();
-      if (!node) throw RuntimeError("Object variable or With block variable not set");
-      node->Text = NodeText(Code(), NameField().Text());
-      node->EnsureVisible();
+      if (node) {
+        node->Text = NodeText(Code(), NameField().Text());
+        node->EnsureVisible();
+      } else if (!m_RenameNothingSelected.empty()) {
+        RaiseErrMessage(m_RenameNothingSelected, kFailure, m_Title);
+      } else {
+        throw RuntimeError("Object variable or With block variable not set");
+      }
     }
     m_Tv->ReSelectItem(nullptr);
     SetEnabled(false);

@@ -63,6 +63,9 @@ class FlatDictionary : public Form {
   Refusal m_NothingSelected{Refusal::Report, "", 0, "提示：", kSelection};
   Refusal m_RootSelected{Refusal::Report, "根节点不能删除，请检查后重试!", 0, "提示：", kSelection};
   std::string m_EditNothingSelected = "无选择项目,不能进行编辑!";
+  // Where set, an update saved with no node selected reports this text (level 8, the form's
+  // title) instead of failing on the missing node.
+  std::string m_RenameNothingSelected;
   // The generic IsCanSave: boxes for an empty code (forms with a code column) and name, and the
   // icon of the boxes of SaveChecks.
   std::string m_EmptyCodeText;
@@ -112,6 +115,7 @@ class FlatDictionary : public Form {
   virtual std::string DeleteJournal(const std::string& /*nodeText*/) const { return ""; }
   // Selection of a node: the family rule (root or nothing: m_ID 0; else load and show the id).
   virtual void m_Tv_Selected(const NodePtr& node);
+  void RestoreSelected(const NodePtr& node) override { m_Tv_Selected(node); }
   // Loads the record into the fields; no row leaves them as they are.
   virtual void UpdateScreen(int32_t id);
   // The id the save and the delete check work on: the id label's number, or m_ID without one.

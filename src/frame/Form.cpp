@@ -1,6 +1,7 @@
 #include "frame/Form.h"
 
 #include "base/RuntimeError.h"
+#include "frame/StatusStore.h"
 
 namespace kmd {
 
@@ -108,6 +109,47 @@ void Form::SetEnabled(bool editing) {
 void Form::ClearFields() {
   m_ID = 0;
   ClearControlValues(m_Controls);
+}
+
+void Form::DoGetFormStatus() {
+  if (!m_Context) return;
+  try {
+    std::string path = GetStatusFile(m_ClassName, *m_Context);
+    GetStatus(m_Controls, path, true);
+    if (auto* tv = Tree(); tv && tv->SelectedItem()) RestoreSelected(tv->SelectedItem());
+  } catch (const std::exception&) {
+  }
+}
+
+void Form::DoSaveFormStatus() {
+  if (!m_Context) return;
+  try {
+    SaveStatus(m_Controls, GetStatusFile(m_ClassName, *m_Context), false);
+  } catch (const std::exception&) {
+  }
+}
+
+void Form::SetReference(view::TextField& field, const std::string& errorText, const std::string& valueColumn,
+                        const std::string& textColumn, const std::string& selectSql, const std::string& lookupKey) {
+  auto& r = field.GetReference();
+  r.IsReference = true;
+  r.MatchMode = 1;
+  r.Source = 1;
+  r.ErrorText = errorText;
+  r.ValueColumn = valueColumn;
+  r.TextColumn = textColumn;
+  r.MultiSelect = false;
+  r.SelectSql = selectSql;
+  r.LookupKey = lookupKey;
+  view::TextField* f = &field;
+  field.CheckRequest = [this, f] {
+    Context().LookupCheck(*f, Value(f->Text()));
+    m_IsDirty = true;
+  };
+  field.BrowseRequest = [this, f] {
+    Context().LookupBrowse(*f, f->GetReference().LookupKey);
+    m_IsDirty = true;
+  };
 }
 
 }  // namespace kmd

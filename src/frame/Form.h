@@ -59,8 +59,11 @@ class Form : public IFormUI, public IDesignUI {
   bool CheckStatus(const std::string&) override { return false; }
   std::string ReturnPrintName() override { return ""; }
   bool IsDirty() override { return false; }
-  void DoGetFormStatus() override {}
-  void DoSaveFormStatus() override {}
+  // The last state of the controls from the user's status file named by the class, then the
+  // restored tree selection through RestoreSelected. Nothing is reported.
+  void DoGetFormStatus() override;
+  // The state of the controls into the user's status file. Nothing is reported.
+  void DoSaveFormStatus() override;
   std::string Attributes(int32_t) override { return ""; }
 
   // IDesignUI
@@ -89,6 +92,15 @@ class Form : public IFormUI, public IDesignUI {
   void SetEnabled(bool editing);
   // m_ID 0; text fields "" with value 0, text boxes and combo boxes "", check boxes 0.
   void ClearFields();
+  // After DoGetFormStatus restored a selected node: a form with a selection handler shows that
+  // node's record. By default nothing happens.
+  virtual void RestoreSelected(const NodePtr& /*node*/) {}
+  // Makes `field` a reference field, set in this order: IsReference True, MatchMode 1, Source 1,
+  // ErrorText, ValueColumn, TextColumn, MultiSelect False, SelectSql, LookupKey; its
+  // CheckRequest and BrowseRequest go to the context's LookupCheck and LookupBrowse and set
+  // m_IsDirty.
+  void SetReference(view::TextField& field, const std::string& errorText, const std::string& valueColumn,
+                    const std::string& textColumn, const std::string& selectSql, const std::string& lookupKey);
 
   IFormContext* m_Context = nullptr;
   std::unique_ptr<IIdAllocator> m_IdAllocator;

@@ -1,5 +1,6 @@
 #include "host/AllForms.h"
 
+#include "colour/Forms.h"
 #include "dictionaries/Forms.h"
 
 namespace kmd::host {
@@ -8,6 +9,7 @@ const FormRegistry& AllForms() {
   static const FormRegistry registry = [] {
     FormRegistry r;
     RegisterDictionaryForms(r);
+    RegisterColourForms(r);
     return r;
   }();
   return registry;

@@ -1,6 +1,8 @@
 #include "host/Context.h"
 
+#include "base/RuntimeError.h"
 #include "base/Text.h"
+#include "view/Widgets.h"
 
 namespace kmd::host {
 
@@ -34,7 +36,69 @@ std::string Context::SetParameter(int32_t module, const std::string& key, const 
   return Write("xt_parameters", module, key, value);
 }
 
-void Context::LookupBrowse(view::TextField&, const std::string&) {}
-void Context::LookupCheck(view::TextField&, const Value&) {}
+void Context::SetWindows(view::Platform* platform, Browser browser) {
+  m_Platform = platform;
+  m_Browser = std::move(browser);
+}
+
+namespace {
+
+// Step 4 of a resolution: the current row fills the field.
+void FillReference(view::TextField& field, db::Recordset& rs) {
+  const auto& ref = field.GetReference();
+  Value shown = ref.TextColumn.empty() ? Value(field.Text()) : rs.Fields(ref.TextColumn);
+  Value held = ref.ValueColumn.empty() ? field.GetValue() : rs.Fields(ref.ValueColumn);
+  field.SetText(shown.ToText());
+  field.SetValue(held);
+}
+
+const char* const kStatementError = "数据库操作错误，原因：";
+
+}  // namespace
+
+void Context::RefuseLookup(view::TextField& field, const std::string& text, int style) {
+  if (m_Platform) m_Platform->MsgBox(text, style, "提示：");
+  field.SetValue(Value());
+  field.SetFocus();
+}
+
+void Context::LookupCheck(view::TextField& field, const Value& text) {
+  std::string typed = text.ToText();
+  if (text::Trim(typed).empty()) {
+    field.SetText("");
+    field.SetValue(Value());
+    return;
+  }
+  const auto& ref = field.GetReference();
+  try {
+    auto rs = m_Database->CreateCommand(text::Replace(ref.SelectSql, "@", typed), 1)->OpenRecordset();
+    std::string err = m_Database->LastError().Description();
+    if (!err.empty()) return RefuseLookup(field, kStatementError + err, view::vbCritical);
+    if (rs->Eof()) return RefuseLookup(field, ref.ErrorText, view::vbExclamation);
+    FillReference(field, *rs);
+  } catch (const RuntimeError& e) {
+    RefuseLookup(field, kStatementError + e.Description(), view::vbCritical);
+  }
+}
+
+void Context::LookupBrowse(view::TextField& field, const std::string& key) {
+  const LookupWindow* window = FindLookupWindow(key);
+  if (!window) throw RuntimeError("no browse window has the key " + key);
+  auto rs = m_Database->CreateCommand(window->Sql, 1)->OpenRecordset();
+  std::string err = m_Database->LastError().Description();
+  if (!err.empty()) {
+    if (m_Platform) m_Platform->MsgBox(kStatementError + err, view::vbCritical, window->Title);
+    return;
+  }
+  int pick = m_Browser ? m_Browser(*window, *rs, field.GetReference().TextColumn) : -1;
+  if (pick < 0 || pick >= rs->RecordCount()) return;
+  rs->MoveFirst();
+  for (int i = 0; i < pick; ++i) rs->MoveNext();
+  try {
+    FillReference(field, *rs);
+  } catch (const RuntimeError& e) {
+    RefuseLookup(field, kStatementError + e.Description(), view::vbCritical);
+  }
+}
 
 }  // namespace kmd::host

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "base/Text.h"
+#include "colour/frmMain.h"
 #include "host/AllForms.h"
 #include "view/TreeView.h"
 #include "view/Widgets.h"
@@ -95,6 +96,7 @@ void ScriptHost::Execute(const std::string& line) {
     if (auto* o = dynamic_cast<view::OptionButton*>(&c)) CurrentForm().Run([&] { o->UserClick(); });
     else if (auto* ch = dynamic_cast<view::CheckBox*>(&c)) CurrentForm().Run([&] { ch->UserClick(); });
     else if (auto* b = dynamic_cast<view::Button*>(&c)) CurrentForm().Run([&] { b->UserClick(); });
+    else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) CurrentForm().Run([&] { p->UserClick(); });
     else throw ScriptError{"cannot click " + rest};
   } else if (cmd == "pick") {
     auto* tree = CurrentForm().Inner().Tree();
@@ -271,6 +273,23 @@ std::string ScriptHost::InputBox(const std::string& prompt, const std::string& t
   std::string answer = m_Answers.empty() ? "Cancel" : TakeAnswer();
   m_Out << "input " << title << " " << prompt << " -> " << answer << "\n";
   return answer == "Cancel" ? "" : answer;
+}
+
+bool ScriptHost::ChooseColor(const std::string& title, int32_t& color) {
+  std::string answer = m_Answers.empty() ? "Cancel" : TakeAnswer();
+  m_Out << "color " << title << " -> " << answer << "\n";
+  PickerCall call{title, color, color};
+  frmMain dialog(call);
+  if (answer == "Cancel") {
+    dialog.cmdCancel->UserClick();
+    return false;
+  }
+  dialog.txtHex->UserEnter();
+  dialog.txtHex->UserType(answer);
+  dialog.txtHex->UserLeave();
+  dialog.cmdOK->UserClick();
+  color = call.resultColour;
+  return true;
 }
 
 void ScriptHost::Message(const std::string& psMsg) { m_Out << "event Message | " << psMsg << "\n"; }

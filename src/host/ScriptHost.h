@@ -25,6 +25,9 @@ class ScriptHost : public view::Platform, public IFormEvents {
   // Platform: answers from the queue of `answer` commands.
   int MsgBox(const std::string& text, int style, const std::string& title) override;
   std::string InputBox(const std::string& prompt, const std::string& title, const std::string& defaultText) override;
+  // The colour dialog: the answer "#RRGGBB" (or "RRGGBB") is typed into its hex box and taken with
+  // OK; "Cancel", or no answer, cancels it.
+  bool ChooseColor(const std::string& title, int32_t& color) override;
 
   // Events of the current form.
   void Message(const std::string& psMsg) override;

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstdint>
 #include <string>
 
 namespace kmd::view {
@@ -20,6 +21,10 @@ class Platform {
   virtual int MsgBox(const std::string& text, int style, const std::string& title) = 0;
   // Shows an input box; gives the typed text, or "" when the user cancels.
   virtual std::string InputBox(const std::string& prompt, const std::string& title, const std::string& defaultText) = 0;
+  // Shows the modal colour dialog titled `title`, starting on `color` (a colour number). On OK
+  // gives true with the chosen colour in `color`; on Cancel false, `color` untouched. A platform
+  // without the dialog answers Cancel.
+  virtual bool ChooseColor(const std::string& /*title*/, int32_t& /*color*/) { return false; }
 };
 
 // Names of a box's icon and buttons, as transcripts and pages show them.

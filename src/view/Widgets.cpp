@@ -25,6 +25,24 @@ void TextBox::UserType(const std::string& text) {
   if (!Enabled()) return;
   m_Text = text;
   if (Change) Change();
+  if (KeyUp) KeyUp();
+}
+
+void TextBox::UserEnter() {
+  if (!Enabled()) return;
+  SetFocus();
+  if (GotFocus) GotFocus();
+}
+
+void TextBox::UserLeave() {
+  if (!Enabled()) return;
+  if (LostFocus) LostFocus();
+}
+
+void PictureBox::UserClick(int x, int y) {
+  if (!Enabled()) return;
+  if (MouseDown) MouseDown(x, y);
+  if (Click) Click();
 }
 
 OptionButton::OptionButton(std::string name, int index, std::string caption, std::string group)

@@ -7,6 +7,9 @@
 
 namespace kmd::view {
 
+// The system colour of buttons and dialog faces, the default BackColor of labels and pictures.
+constexpr int32_t kButtonFace = static_cast<int32_t>(0x8000000Fu);
+
 // Configuration of a reference field: what its typed text must name, and how it is shown.
 struct Reference {
   std::string ErrorText;
@@ -55,14 +58,23 @@ class TextField : public Control {
   Reference m_Reference;
 };
 
-// A plain text box; Change comes from user input only.
+// A plain text box; Change comes from user input only. The user's typing raises Change, then
+// KeyUp; entering the box raises GotFocus, leaving it LostFocus.
 class TextBox : public Control {
  public:
   TextBox(std::string name, int index = -1) : Control("TextBox", std::move(name), index) {}
   const std::string& Text() const { return m_Text; }
   void SetText(std::string text) { m_Text = std::move(text); }
   std::function<void()> Change;
+  std::function<void()> KeyUp;
+  std::function<void()> GotFocus;
+  std::function<void()> LostFocus;
+  // The selected part of the text, in characters.
+  int SelStart = 0;
+  int SelLength = 0;
   void UserType(const std::string& text);
+  void UserEnter();
+  void UserLeave();
   std::string ShownText() const override { return m_Text; }
 
  private:
@@ -75,10 +87,25 @@ class Label : public Control {
       : Control("Label", std::move(name), index), m_Caption(std::move(caption)) {}
   const std::string& Caption() const { return m_Caption; }
   void SetCaption(std::string c) { m_Caption = std::move(c); }
+  int32_t BackColor = kButtonFace;
   std::string ShownText() const override { return m_Caption; }
 
  private:
   std::string m_Caption;
+};
+
+// A picture box that shows its BackColor (a colour number; negative for a system colour). A click
+// carries the point under the mouse in the box's scale: MouseDown(x, y), then Click.
+class PictureBox : public Control {
+ public:
+  PictureBox(std::string name, int index = -1) : Control("PictureBox", std::move(name), index) {}
+  int32_t BackColor = kButtonFace;
+  int ScaleWidth = 0;
+  int ScaleHeight = 0;
+  std::function<void(int x, int y)> MouseDown;
+  std::function<void()> Click;
+  void UserClick(int x = 0, int y = 0);
+  std::string ShownText() const override { return std::to_string(BackColor); }
 };
 
 // An option button; options of one group exclude each other. Setting Value from the program

@@ -1,0 +1,266 @@
+#include "frame/StatusStore.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "base/RuntimeError.h"
+#include "base/Text.h"
+#include "frame/FormContext.h"
+#include "view/TreeView.h"
+#include "view/Widgets.h"
+
+namespace kmd {
+
+namespace {
+
+const char* const kSection = "Form";
+
+bool IsHeader(const std::string& line, std::string* name) {
+  std::string t = text::Trim(line);
+  if (t.size() < 2 || t.front() != '[' || t.back() != ']') return false;
+  if (name) *name = text::Trim(t.substr(1, t.size() - 2));
+  return true;
+}
+
+std::string OneLine(std::string value) {
+  for (auto& c : value)
+    if (c == '\r' || c == '\n') c = ' ';
+  return value;
+}
+
+int16_t ToInteger(const std::string& s) {
+  std::string t = text::Trim(s);
+  if (!text::IsNumeric(t)) throw RuntimeError("Type mismatch");
+  double d = text::RoundHalfEven(text::Val(t));
+  if (d < -32768 || d > 32767) throw RuntimeError("Overflow");
+  return static_cast<int16_t>(d);
+}
+
+}  // namespace
+
+void IStatusStore::Open(const std::string& path) {
+  m_Path = path;
+  m_Lines.clear();
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return;
+  std::string line;
+  bool first = true;
+  while (std::getline(in, line)) {
+    if (first && line.rfind("\xEF\xBB\xBF", 0) == 0) line.erase(0, 3);
+    first = false;
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    m_Lines.push_back(line);
+  }
+}
+
+int IStatusStore::FindKey(const std::string& section, const std::string& key) const {
+  bool inSection = false;
+  for (size_t i = 0; i < m_Lines.size(); ++i) {
+    std::string name;
+    if (IsHeader(m_Lines[i], &name)) {
+      inSection = text::EqualsNoCase(name, section);
+      continue;
+    }
+    if (!inSection) continue;
+    auto eq = m_Lines[i].find('=');
+    if (eq != std::string::npos && text::EqualsNoCase(text::Trim(m_Lines[i].substr(0, eq)), key))
+      return static_cast<int>(i);
+  }
+  return -1;
+}
+
+std::string IStatusStore::ReadString(const std::string& section, const std::string& key, const std::string& def) {
+  int i = FindKey(section, key);
+  if (i < 0) return def;
+  const std::string& line = m_Lines[static_cast<size_t>(i)];
+  return line.substr(line.find('=') + 1);
+}
+
+int16_t IStatusStore::ReadInteger(const std::string& section, const std::string& key, const std::string& def) {
+  return ToInteger(ReadString(section, key, def));
+}
+
+bool IStatusStore::ReadBoolean(const std::string& section, const std::string& key, bool def) {
+  int i = FindKey(section, key);
+  if (i < 0) return def;
+  std::string v = text::Trim(ReadString(section, key, ""));
+  if (text::EqualsNoCase(v, "True")) return true;
+  if (text::EqualsNoCase(v, "False")) return false;
+  if (!text::IsNumeric(v)) throw RuntimeError("Type mismatch");
+  return text::Val(v) != 0;
+}
+
+void IStatusStore::WriteString(const std::string& section, const std::string& key, const std::string& value) {
+  std::string line = key + "=" + OneLine(value);
+  int found = FindKey(section, key);
+  if (found >= 0) {
+    m_Lines[static_cast<size_t>(found)] = line;
+  } else {
+    // After the last key of the section, or a new section at the end.
+    int header = -1;
+    for (size_t i = 0; i < m_Lines.size() && header < 0; ++i) {
+      std::string name;
+      if (IsHeader(m_Lines[i], &name) && text::EqualsNoCase(name, section)) header = static_cast<int>(i);
+    }
+    if (header < 0) {
+      m_Lines.push_back("[" + section + "]");
+      m_Lines.push_back(line);
+    } else {
+      size_t at = static_cast<size_t>(header) + 1;
+      for (size_t i = at; i < m_Lines.size() && !IsHeader(m_Lines[i], nullptr); ++i)
+        if (!text::Trim(m_Lines[i]).empty()) at = i + 1;
+      m_Lines.insert(m_Lines.begin() + static_cast<std::ptrdiff_t>(at), line);
+    }
+  }
+  Save();
+}
+
+void IStatusStore::WriteInteger(const std::string& section, const std::string& key, int16_t value) {
+  WriteString(section, key, std::to_string(value));
+}
+
+void IStatusStore::WriteBoolean(const std::string& section, const std::string& key, bool value) {
+  WriteString(section, key, value ? "True" : "False");
+}
+
+void IStatusStore::Save() const {
+  std::ostringstream all;
+  for (const auto& l : m_Lines) all << l << "\n";
+  std::ofstream out(m_Path, std::ios::binary | std::ios::trunc);
+  if (!out) throw RuntimeError("Path/File access error");
+  out << all.str();
+  if (!out) throw RuntimeError("Path/File access error");
+}
+
+std::string GetStatusFile(const std::string& name, IFormContext& context) {
+  std::string folder;
+  try {
+    folder = context.User().HomeFolder;
+  } catch (...) {
+  }
+  folder += "/selfbb";
+  std::error_code ec;
+  if (!std::filesystem::is_directory(folder, ec)) std::filesystem::create_directories(folder, ec);
+  return folder + "/" + name + ".txt";
+}
+
+std::string GetProfileValue(const std::string& path, const std::string& section, const std::string& key,
+                            const std::string& def) {
+  IStatusStore store;
+  store.Open(path);
+  return store.ReadString(section, key, def);
+}
+
+void SetProfileValue(const std::string& path, const std::string& section, const std::string& key,
+                     const std::string& value) {
+  try {
+    IStatusStore store;
+    store.Open(path);
+    store.WriteString(section, key, value);
+  } catch (const std::exception&) {
+  }
+}
+
+std::string StatusKey(const view::Control& control) {
+  std::string key = text::UCase(control.TypeName()) + "_" + control.Name();
+  int index = -1;
+  try {
+    index = control.Index();
+  } catch (const std::exception&) {
+    index = -1;
+  }
+  if (index != -1) key += "_" + std::to_string(index);
+  return key;
+}
+
+namespace {
+
+bool TypeIs(const view::Control& c, const char* name) { return text::EqualsNoCase(c.TypeName(), name); }
+
+void LoadControl(IStatusStore& store, view::Control& c) {
+  const std::string key = StatusKey(c);
+  if (TypeIs(c, "qnTxt_S")) {
+    auto& f = dynamic_cast<view::TextField&>(c);
+    std::string value = text::Trim(store.ReadString(kSection, key + "_Value", f.GetValue().ToText()));
+    std::string shown = text::Trim(store.ReadString(kSection, key + "_Text", f.Text()));
+    f.SetValue(Value(value));
+    f.SetText(shown);
+  } else if (TypeIs(c, "CheckBox")) {
+    auto& ch = dynamic_cast<view::CheckBox&>(c);
+    ch.SetValue(store.ReadInteger(kSection, key, std::to_string(ch.GetValue())));
+  } else if (TypeIs(c, "TextBox")) {
+    auto& t = dynamic_cast<view::TextBox&>(c);
+    t.SetText(store.ReadString(kSection, key, t.Text()));
+  } else if (TypeIs(c, "ComboBox")) {
+    auto& cb = dynamic_cast<view::ComboBox&>(c);
+    cb.SetText(store.ReadString(kSection, key, cb.Text()));
+  } else if (TypeIs(c, "OptionButton")) {
+    auto& o = dynamic_cast<view::OptionButton&>(c);
+    o.SetValue(store.ReadBoolean(kSection, key, o.GetValue()));
+  } else if (TypeIs(c, "TreeView")) {
+    auto& tv = dynamic_cast<view::TreeView&>(c);
+    std::string wanted = store.ReadString(kSection, key, "");
+    if (wanted.empty()) return;
+    wanted = text::UCase(wanted);
+    for (const auto& node : tv.AllNodes()) {
+      if (text::UCase(node->Text) != wanted) continue;
+      node->SetSelected(true);
+      node->EnsureVisible();
+      return;
+    }
+  }
+  // Date pickers, list views and grids join here with the controls of their own.
+}
+
+void SaveControl(IStatusStore& store, view::Control& c) {
+  const std::string key = StatusKey(c);
+  if (TypeIs(c, "qnTxt_S")) {
+    auto& f = dynamic_cast<view::TextField&>(c);
+    store.WriteString(kSection, key + "_Value", text::Trim(f.GetValue().ToText()));
+    store.WriteString(kSection, key + "_Text", text::Trim(f.Text()));
+  } else if (TypeIs(c, "CheckBox")) {
+    store.WriteInteger(kSection, key, static_cast<int16_t>(dynamic_cast<view::CheckBox&>(c).GetValue()));
+  } else if (TypeIs(c, "TextBox")) {
+    store.WriteString(kSection, key, text::Trim(dynamic_cast<view::TextBox&>(c).Text()));
+  } else if (TypeIs(c, "ComboBox")) {
+    store.WriteString(kSection, key, text::Trim(dynamic_cast<view::ComboBox&>(c).Text()));
+  } else if (TypeIs(c, "OptionButton")) {
+    store.WriteBoolean(kSection, key, dynamic_cast<view::OptionButton&>(c).GetValue());
+  } else if (TypeIs(c, "TreeView")) {
+    auto node = dynamic_cast<view::TreeView&>(c).SelectedItem();
+    if (node) store.WriteString(kSection, key, node->Text);
+  }
+}
+
+}  // namespace
+
+void GetStatus(view::Controls& controls, const std::string& path, bool) {
+  IStatusStore store;
+  try {
+    store.Open(path);
+  } catch (const std::exception&) {
+  }
+  for (const auto& c : controls) {
+    try {
+      LoadControl(store, *c);
+    } catch (const std::exception&) {
+    }
+  }
+}
+
+void SaveStatus(view::Controls& controls, const std::string& path, bool) {
+  IStatusStore store;
+  try {
+    store.Open(path);
+  } catch (const std::exception&) {
+  }
+  for (const auto& c : controls) {
+    try {
+      SaveControl(store, *c);
+    } catch (const std::exception&) {
+    }
+  }
+}
+
+}  // namespace kmd

@@ -62,7 +62,12 @@ void cTreeView::HookCtrl(view::TreeView* ctrl, std::shared_ptr<view::ImageList> 
   m_Tree = ctrl;
   if (!m_Tree) return;
   m_Tree->Indentation = 100;
-  m_Tree->NodeClick = [this](const NodePtr& node) { RaiseSelected(node); };
+  m_Tree->NodeClick = [this](const NodePtr& node) { OnNodeClick(node); };
+  m_Tree->MouseDown = [this](int button, int, float x, float y) { OnMouseDown(button, x, y); };
+  m_Tree->MouseUp = [this](int button, int, float x, float y) { OnMouseUp(button, x, y); };
+  m_Tree->MouseMove = [this](int button, int, float x, float y) { OnMouseMove(button, x, y); };
+  m_Tree->DragOver = [this](float x, float y, int) { OnDragOver(x, y); };
+  m_Tree->DragDrop = [this](float, float) { OnDragDrop(); };
   try {
     oImgList = std::move(imgList);
     if (oImgList) {
@@ -82,7 +87,12 @@ void cTreeView::HookCtrl(view::TreeView* ctrl, std::shared_ptr<view::ImageList> 
 }
 
 void cTreeView::UnHookCtrl() {
-  if (m_Tree) m_Tree->NodeClick = nullptr;
+  if (m_Tree) {
+    m_Tree->NodeClick = nullptr;
+    m_Tree->MouseDown = m_Tree->MouseUp = m_Tree->MouseMove = nullptr;
+    m_Tree->DragOver = nullptr;
+    m_Tree->DragDrop = nullptr;
+  }
   m_Tree = nullptr;
   oImgList = nullptr;
 }

@@ -209,6 +209,7 @@ void TreeView::Clear() {
   m_DropHighlight = nullptr;
   m_ScrollTarget = nullptr;
   m_FirstRow = 0;
+  m_InDrag = false;
 }
 
 NodePtr TreeView::Item(int index) const {
@@ -311,6 +312,48 @@ void TreeView::UserClick(const NodePtr& node) {
   if (!Enabled() || !node || node->m_Tree != this) return;
   m_Selected = node;
   if (NodeClick) NodeClick(node);
+}
+
+void TreeView::Drag(int action) {
+  if (action == vbBeginDrag) {
+    m_InDrag = true;
+  } else if (action == vbEndDrag) {
+    if (!m_InDrag) return;
+    m_InDrag = false;
+    if (DragDrop) DragDrop(m_LastX, m_LastY);
+  } else {
+    m_InDrag = false;
+  }
+}
+
+void TreeView::UserMouseDown(int button, int shift, float x, float y) {
+  if (!Enabled()) return;
+  m_LastX = x;
+  m_LastY = y;
+  if (MouseDown) MouseDown(button, shift, x, y);
+}
+
+void TreeView::UserMouseMove(int button, int shift, float x, float y) {
+  if (!Enabled()) return;
+  m_LastX = x;
+  m_LastY = y;
+  if (m_InDrag) {
+    if (DragOver) DragOver(x, y, 2);
+  } else if (MouseMove) {
+    MouseMove(button, shift, x, y);
+  }
+}
+
+void TreeView::UserMouseUp(int button, int shift, float x, float y) {
+  if (!Enabled()) return;
+  m_LastX = x;
+  m_LastY = y;
+  if (m_InDrag) {
+    m_InDrag = false;
+    if (DragDrop) DragDrop(x, y);
+  } else if (MouseUp) {
+    MouseUp(button, shift, x, y);
+  }
 }
 
 std::string TreeView::ShownText() const { return m_Selected ? m_Selected->Text : ""; }

@@ -39,6 +39,8 @@ class Node : public std::enable_shared_from_this<Node> {
   Value ExpandedImage;
   bool Bold = false;
   bool Checked = false;
+  // The ghosted look of a node marked for cutting.
+  bool Cut = false;
   int32_t ForeColor = 0;
   int32_t BackColor = 0;
 
@@ -167,6 +169,17 @@ class TreeView : public Control {
   // The user clicks a node: it is selected and NodeClick is raised. A disabled tree ignores it.
   void UserClick(const NodePtr& node);
 
+  // The manual drag of the control: begin (1), end with a drop where the mouse last was (2), or
+  // cancel (0). While a drag lasts, the user's mouse moves arrive as DragOver (state 2, over) and
+  // the release as DragDrop, not as MouseMove and MouseUp.
+  void Drag(int action);
+  bool InDrag() const { return m_InDrag; }
+  // The user's mouse on the control: x and y in twips from its top left; button 1 is the left
+  // button, 2 the right one. A disabled tree ignores them.
+  void UserMouseDown(int button, int shift, float x, float y);
+  void UserMouseMove(int button, int shift, float x, float y);
+  void UserMouseUp(int button, int shift, float x, float y);
+
   // Used by Node.
   void EnsureVisible(Node* node);
   void Reparent(Node* node, Node* parent);
@@ -193,6 +206,15 @@ class TreeView : public Control {
   int m_RowHeight = 240;
   mutable int m_FirstRow = 0;
   mutable NodePtr m_ScrollTarget;
+  bool m_InDrag = false;
+  float m_LastX = 0;
+  float m_LastY = 0;
 };
+
+constexpr int vbLeftButton = 1;
+constexpr int vbRightButton = 2;
+constexpr int vbCancelDrag = 0;
+constexpr int vbBeginDrag = 1;
+constexpr int vbEndDrag = 2;
 
 }  // namespace kmd::view

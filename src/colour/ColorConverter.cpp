@@ -52,8 +52,10 @@ int32_t ColorConverter::Red(int32_t rgb) { return static_cast<int32_t>(Bits(rgb)
 int32_t ColorConverter::Green(int32_t rgb) { return static_cast<int32_t>((Bits(rgb) & 0xFF00u) >> 8); }
 int32_t ColorConverter::Blue(int32_t rgb) { return static_cast<int32_t>((Bits(rgb) & 0xFF0000u) >> 16); }
 
+// A plain division taken to a whole number, as the other roundings: with a saturation and a
+// brightness in range the fraction stays under one half, so this is the high part.
 int32_t ColorConverter::hue(int32_t hsb) {
-  int32_t h = hsb / 65536;
+  int32_t h = Whole(hsb / 65536.0);
   return Constrain(h, 0, 359);
 }
 

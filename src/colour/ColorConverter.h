@@ -25,7 +25,7 @@ class ColorConverter {
   static int32_t Red(int32_t rgb);    // bits 0 to 7
   static int32_t Green(int32_t rgb);  // bits 8 to 15
   static int32_t Blue(int32_t rgb);   // bits 16 to 23
-  static int32_t hue(int32_t hsb);         // hsb / 65536, constrained to 0..359
+  static int32_t hue(int32_t hsb);         // hsb / 65536 rounded, constrained to 0..359
   static int32_t Saturation(int32_t hsb);  // bits 8 to 15, constrained to 0..100
   static int32_t brightness(int32_t hsb);  // bits 0 to 7, constrained to 0..100
 

@@ -11,8 +11,9 @@ void FormGuard::SetEventSink(IFormEvents* sink) {
 
 template <class R, class F>
 R FormGuard::Guard(R fallback, F&& f) {
+  R result = fallback;
   try {
-    return f();
+    result = f();
   } catch (const std::exception& e) {
     try {
       if (m_Events) m_Events->ErrMessage(e.what(), kFailure, m_Form->Title());
@@ -24,7 +25,20 @@ R FormGuard::Guard(R fallback, F&& f) {
     } catch (...) {
     }
   }
-  return fallback;
+  RollBackOpenTransaction();
+  return result;
+}
+
+void FormGuard::RollBackOpenTransaction() {
+  if (!m_Context) return;
+  try {
+    auto db = m_Context->Database();
+    if (!db || !db->InTrans()) return;
+    db->RollbackTrans();
+    if (m_Events)
+      m_Events->ErrMessage("命令结束时事务仍未完成，已回滚其中全部修改", kJournal, m_Form->Title());
+  } catch (...) {
+  }
 }
 
 bool FormGuard::Run(const std::function<void()>& action) {
@@ -37,7 +51,6 @@ bool FormGuard::Run(const std::function<void()>& action) {
 #define KMD_GUARD_BOOL(Name) \
   bool FormGuard::Name() { return Guard(false, [&] { return m_Form->Name(); }); }
 
-KMD_GUARD_BOOL(Clear)
 KMD_GUARD_BOOL(FileNew)
 KMD_GUARD_BOOL(FileNewNext)
 KMD_GUARD_BOOL(FileEdit)
@@ -60,7 +73,13 @@ KMD_GUARD_BOOL(IsDirty)
 #undef KMD_GUARD_BOOL
 
 bool FormGuard::Init(IFormContext* context, int32_t programId, int32_t recordId) {
+  m_Context = context;
   return Guard(false, [&] { return m_Form->Init(context, programId, recordId); });
+}
+bool FormGuard::Clear() {
+  bool result = Guard(false, [&] { return m_Form->Clear(); });
+  m_Context = nullptr;
+  return result;
 }
 bool FormGuard::Find(const Value& v) { return Guard(false, [&] { return m_Form->Find(v); }); }
 bool FormGuard::Filter(const Value& v) { return Guard(false, [&] { return m_Form->Filter(v); }); }

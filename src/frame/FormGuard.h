@@ -8,7 +8,8 @@ namespace kmd {
 
 // What a host holds of a form: every call goes through a guard that keeps any exception inside,
 // reporting one that escaped the form's own handlers as ErrMessage(<description>, 8, <title>)
-// and answering False, 0 or "".
+// and answering False, 0 or "". A transaction still open when a call returns is rolled back and
+// reported as a journal line (level 1), so that no command leaves half its writes behind.
 class FormGuard : public IFormUI, public IDesignUI {
  public:
   explicit FormGuard(std::unique_ptr<Form> form);
@@ -60,9 +61,11 @@ class FormGuard : public IFormUI, public IDesignUI {
  private:
   template <class R, class F>
   R Guard(R fallback, F&& f);
+  void RollBackOpenTransaction();
 
   std::unique_ptr<Form> m_Form;
   IFormEvents* m_Events = nullptr;
+  IFormContext* m_Context = nullptr;  // the context of Init, until Clear
 };
 
 }  // namespace kmd

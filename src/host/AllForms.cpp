@@ -2,6 +2,7 @@
 
 #include "colour/Forms.h"
 #include "dictionaries/Forms.h"
+#include "hierarchies/Forms.h"
 
 namespace kmd::host {
 
@@ -9,6 +10,7 @@ const FormRegistry& AllForms() {
   static const FormRegistry registry = [] {
     FormRegistry r;
     RegisterDictionaryForms(r);
+    RegisterHierarchyForms(r);
     RegisterColourForms(r);
     return r;
   }();

@@ -1,0 +1,13 @@
+#include "hierarchies/Forms.h"
+
+#include "hierarchies/CPLB.h"
+#include "hierarchies/DQ.h"
+
+namespace kmd {
+
+void RegisterHierarchyForms(FormRegistry& registry) {
+  registry.Add<DQ>("DQ", "地区设置", "基础资料");
+  registry.Add<CPLB>("CPLB", "产品类别设置", "基础资料");
+}
+
+}  // namespace kmd

@@ -26,6 +26,7 @@ JLDW::JLDW(view::Platform& platform) : FlatDictionary("JLDW", platform) {
     o->Click = [this] { m_IsDirty = true; };
     Opt.Set(i, o);
   }
+  CreateSplitter();
   InitProperties();
 }
 

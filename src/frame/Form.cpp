@@ -96,6 +96,54 @@ view::TreeView* Form::CreateTree(const std::string& name) {
   return tv;
 }
 
+void Form::CreateSplitter() {
+  auto* tv = Tree();
+  m_DetailFrame = m_Controls.Add<view::Control>("Frame", "fView", -1);
+  m_Sp = m_Controls.Add<Splitter>("Sp");
+  m_Sp->SetParent(&m_Surface);
+  m_Sp->Moving = [this](bool moved, int32_t offset) { Sp_Moving(moved, offset); };
+  if (!tv) return;
+  m_Sp->SetTop(tv->Top());
+  m_Sp->SetLeft(tv->Left() + tv->Width() + 10);
+  m_DetailFrame->SetTop(tv->Top());
+  m_DetailFrame->SetLeft(m_Sp->Left() + m_Sp->Width() + 10);
+}
+
+void Form::Resize(int width, int height) {
+  m_Surface = Surface{width, height, width, height};
+  UserControl_Resize();
+}
+
+void Form::UserControl_Resize() {
+  try {
+    auto* tv = Tree();
+    if (!tv) return;
+    tv->SetHeight(m_Surface.ScaleHeight - tv->Top() - 160);
+    if (m_Sp) {
+      m_Sp->SetTop(tv->Top());
+      m_Sp->SetHeight(tv->Height());
+    }
+    if (m_DetailFrame) {
+      m_DetailFrame->SetHeight(tv->Height() + 100);
+      int barWidth = m_Sp ? m_Sp->Width() : 0;
+      m_DetailFrame->SetWidth(m_Surface.ScaleWidth - 2 * tv->Left() - tv->Width() - barWidth - 150);
+    }
+  } catch (const std::exception&) {
+    // Layout only: a failure leaves the controls where they are.
+  }
+}
+
+void Form::Sp_Moving(bool bIsMoved, int32_t offset) {
+  auto* tv = Tree();
+  if (!bIsMoved || !tv || !m_Sp) return;
+  tv->SetWidth(tv->Width() + offset);
+  m_Sp->SetLeft(tv->Left() + tv->Width() + 10);
+  if (m_DetailFrame) {
+    m_DetailFrame->SetLeft(m_Sp->Left() + m_Sp->Width() + 10);
+    m_DetailFrame->SetWidth(m_DetailFrame->Width() - offset);
+  }
+}
+
 void Form::SetEnabled(bool editing) {
   for (const auto& c : m_Controls) {
     const std::string& type = c->TypeName();

@@ -4,6 +4,7 @@
 
 #include "frame/FormUI.h"
 #include "frame/Services.h"
+#include "tree/Splitter.h"
 #include "tree/cTreeView.h"
 #include "view/Platform.h"
 #include "view/TreeView.h"
@@ -29,6 +30,8 @@ class Form : public IFormUI, public IDesignUI {
   virtual std::string Title() const { return m_ClassName; }
   view::Platform& GetPlatform() const { return m_Platform; }
   view::TreeView* Tree() const { return m_Tv ? m_Tv->ctrl() : nullptr; }
+  // The host sized the form's inner area (twips): the tree, the bar and the detail frame follow.
+  void Resize(int width, int height);
   int32_t BackColor() const { return m_BackColor; }
 
   // IFormUI
@@ -87,6 +90,14 @@ class Form : public IFormUI, public IDesignUI {
 
   // Creates the tree control and the wrapper, hooked with the standard image list.
   view::TreeView* CreateTree(const std::string& name = "TV");
+  // Adds the detail frame fView and the splitter bar Sp beside the tree; the bar's drag widens the
+  // tree and narrows the frame. Requires: CreateTree first.
+  void CreateSplitter();
+  // The layout of a tree form: the tree fills the height, the bar takes its top and height, the
+  // frame the rest of the width. Errors are ignored.
+  void UserControl_Resize();
+  // The bar was moved by `offset`: the tree widens by it, the bar and the frame follow.
+  void Sp_Moving(bool bIsMoved, int32_t offset);
   // Locks (false) or unlocks (true) the fields: text fields, text boxes, combo boxes and check
   // boxes get `editing`, trees and list views the opposite.
   void SetEnabled(bool editing);
@@ -113,6 +124,9 @@ class Form : public IFormUI, public IDesignUI {
 
   view::Controls m_Controls;
   int32_t m_BackColor = 0;
+  Surface m_Surface;
+  view::Control* m_DetailFrame = nullptr;  // fView, when the form has one
+  Splitter* m_Sp = nullptr;
 
  private:
   std::string m_ClassName;

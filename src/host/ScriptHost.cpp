@@ -203,7 +203,8 @@ void ScriptHost::ShowTree() {
 
 void ScriptHost::ShowFields() {
   for (const auto& c : CurrentForm().Controls()) {
-    if (c->TypeName() == "TreeView") continue;
+    // The tree is shown by its own command; the frame and the bar are layout, not fields.
+    if (c->TypeName() == "TreeView" || c->TypeName() == "Frame" || c->TypeName() == "Splitter") continue;
     m_Out << c->DisplayName() << " " << c->TypeName() << " " << Quote(c->ShownText());
     if (auto* f = dynamic_cast<view::TextField*>(c.get()); f && f->GetReference().IsReference)
       m_Out << " value=" << f->GetValue().ToText();

@@ -17,6 +17,18 @@ std::string Control::DisplayName() const {
   return m_Name + "(" + std::to_string(m_Index) + ")";
 }
 
+void Control::SetWidth(int width) {
+  if (width == m_Width) return;
+  m_Width = width;
+  Resized();
+}
+
+void Control::SetHeight(int height) {
+  if (height == m_Height) return;
+  m_Height = height;
+  Resized();
+}
+
 void Control::SetFocus() {
   if (!m_Enabled || !m_Visible || !m_Owner) return;
   m_Owner->SetFocused(this);

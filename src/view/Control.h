@@ -33,6 +33,18 @@ class Control {
   virtual void SetEnabled(bool enabled) { m_Enabled = enabled; }
   bool Visible() const { return m_Visible; }
   void SetVisible(bool visible) { m_Visible = visible; }
+  // The hint shown while the mouse rests on the control.
+  std::string ToolTipText;
+
+  // Place and size in the container's units (twips). A change of the size calls Resized.
+  int Left() const { return m_Left; }
+  void SetLeft(int left) { m_Left = left; }
+  int Top() const { return m_Top; }
+  void SetTop(int top) { m_Top = top; }
+  int Width() const { return m_Width; }
+  void SetWidth(int width);
+  int Height() const { return m_Height; }
+  void SetHeight(int height);
 
   // Puts the focus here; a disabled or hidden control does not take it.
   void SetFocus();
@@ -45,6 +57,8 @@ class Control {
 
  protected:
   Controls* Owner() const { return m_Owner; }
+  // After the control's Width or Height changed.
+  virtual void Resized() {}
 
  private:
   std::string m_TypeName;
@@ -52,6 +66,10 @@ class Control {
   int m_Index;
   bool m_Enabled = true;
   bool m_Visible = true;
+  int m_Left = 0;
+  int m_Top = 0;
+  int m_Width = 0;
+  int m_Height = 0;
   Controls* m_Owner = nullptr;
 };
 

@@ -80,7 +80,10 @@ void Node::EnsureVisible() {
   if (m_Tree) m_Tree->EnsureVisible(this);
 }
 
-TreeView::TreeView(std::string name, int index) : Control("TreeView", std::move(name), index) {}
+TreeView::TreeView(std::string name, int index) : Control("TreeView", std::move(name), index) {
+  SetWidth(3000);
+  SetHeight(4800);
+}
 
 TreeView::~TreeView() {
   for (auto& n : m_All) n->m_Tree = nullptr;
@@ -239,7 +242,7 @@ void TreeView::SetSelectedItem(const NodePtr& node) {
   m_Selected = node;
 }
 
-int TreeView::GetVisibleCount() const { return std::max(1, m_Height / std::max(1, m_RowHeight)); }
+int TreeView::GetVisibleCount() const { return std::max(1, Height() / std::max(1, m_RowHeight)); }
 
 std::vector<NodePtr> TreeView::ViewableRows() const {
   std::vector<NodePtr> rows;
@@ -294,7 +297,7 @@ void TreeView::EnsureVisible(Node* node) {
 }
 
 NodePtr TreeView::HitTest(float x, float y) const {
-  if (x < 0 || y < 0 || y >= static_cast<float>(m_Height) || x >= static_cast<float>(m_Width)) return nullptr;
+  if (x < 0 || y < 0 || y >= static_cast<float>(Height()) || x >= static_cast<float>(Width())) return nullptr;
   int row = FirstVisibleRow() + static_cast<int>(y) / std::max(1, m_RowHeight);
   auto rows = ViewableRows();
   if (row < 0 || static_cast<size_t>(row) >= rows.size()) return nullptr;

@@ -129,15 +129,7 @@ class TreeView : public Control {
   NodePtr DropHighlight() const { return m_DropHighlight; }
   void SetDropHighlight(const NodePtr& node) { m_DropHighlight = node; }
 
-  // Viewport.
-  int Height() const { return m_Height; }
-  void SetHeight(int h) { m_Height = h; }
-  int Width() const { return m_Width; }
-  void SetWidth(int w) { m_Width = w; }
-  int Left() const { return m_Left; }
-  void SetLeft(int l) { m_Left = l; }
-  int Top() const { return m_Top; }
-  void SetTop(int t) { m_Top = t; }
+  // Viewport: the control's Height over the row height gives the rows in view.
   int SingleRowHeight() const { return m_RowHeight; }
   // Rows that fit the height; at least 1.
   int GetVisibleCount() const;
@@ -199,10 +191,6 @@ class TreeView : public Control {
   NodePtr m_Selected;
   NodePtr m_DropHighlight;
   std::shared_ptr<ImageList> m_ImageList;
-  int m_Height = 4800;
-  int m_Width = 3000;
-  int m_Left = 0;
-  int m_Top = 0;
   int m_RowHeight = 240;
   mutable int m_FirstRow = 0;
   mutable NodePtr m_ScrollTarget;

@@ -1,0 +1,71 @@
+#include <gtest/gtest.h>
+
+#include "frame/Form.h"
+
+using namespace kmd;
+
+namespace {
+
+class SilentPlatform : public view::Platform {
+ public:
+  int MsgBox(const std::string&, int, const std::string&) override { return view::vbOK; }
+  std::string InputBox(const std::string&, const std::string&, const std::string&) override { return ""; }
+};
+
+// A tree form with its detail frame and bar, as the forms build them.
+class TreeForm : public Form {
+ public:
+  explicit TreeForm(view::Platform& p, bool withSplitter) : Form("TreeForm", p) {
+    auto* tv = CreateTree();
+    tv->SetLeft(120);
+    tv->SetTop(300);
+    tv->SetWidth(2500);
+    if (withSplitter) CreateSplitter();
+  }
+  view::Control& Get(const std::string& name) { return *Controls().Find(name); }
+};
+
+}  // namespace
+
+TEST(FormLayout, TreeBarAndFrameShareTheForm) {
+  SilentPlatform p;
+  TreeForm f(p, true);
+  f.Resize(9000, 6000);
+  auto& tv = f.Get("TV");
+  auto& sp = f.Get("Sp");
+  auto& frame = f.Get("fView");
+  EXPECT_EQ(tv.Height(), 6000 - 300 - 160);
+  EXPECT_EQ(sp.Top(), 300);
+  EXPECT_EQ(sp.Height(), tv.Height());
+  EXPECT_EQ(frame.Height(), tv.Height() + 100);
+  EXPECT_EQ(frame.Width(), 9000 - 2 * 120 - 2500 - 75 - 150);
+  EXPECT_EQ(sp.Left(), 120 + 2500 + 10);
+  EXPECT_EQ(frame.Left(), sp.Left() + 75 + 10);
+  // More rows fit the taller tree.
+  EXPECT_EQ(f.Tree()->GetVisibleCount(), (6000 - 300 - 160) / 240);
+}
+
+TEST(FormLayout, DraggingTheBarWidensTheTreeAndNarrowsTheFrame) {
+  SilentPlatform p;
+  TreeForm f(p, true);
+  f.Resize(9000, 6000);
+  auto& tv = f.Get("TV");
+  auto& frame = f.Get("fView");
+  auto& sp = dynamic_cast<Splitter&>(f.Get("Sp"));
+  int frameWidth = frame.Width();
+  sp.UserMouseDown(1, 0);
+  sp.UserMouseMove(1, 400);
+  sp.UserMouseUp(1, 0);
+  EXPECT_EQ(tv.Width(), 2900);
+  EXPECT_EQ(sp.Left(), 120 + 2900 + 10);
+  EXPECT_EQ(frame.Left(), sp.Left() + 75 + 10);
+  EXPECT_EQ(frame.Width(), frameWidth - 400);
+}
+
+TEST(FormLayout, AFormWithoutBarSizesOnlyItsTree) {
+  SilentPlatform p;
+  TreeForm f(p, false);
+  f.Resize(9000, 4000);
+  EXPECT_EQ(f.Tree()->Height(), 4000 - 300 - 160);
+  EXPECT_EQ(f.Controls().Find("Sp"), nullptr);
+}

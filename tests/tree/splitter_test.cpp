@@ -1,0 +1,155 @@
+#include <gtest/gtest.h>
+
+#include "tree/Splitter.h"
+
+using namespace kmd;
+
+namespace {
+
+// A surface 9000 by 6000 twips with a tree, a detail frame and the bar between them, declared in
+// that order.
+class SplitterTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    surface = {9000, 6000, 9000, 6000};
+    tree = controls.Add<view::Control>("TreeView", "TV", -1);
+    frame = controls.Add<view::Control>("Frame", "fView", -1);
+    sp = controls.Add<Splitter>();
+    sp->Moving = [this](bool moved, int32_t offset) {
+      events.push_back("Moving " + std::to_string(moved) + " " + std::to_string(offset));
+    };
+    sp->MoveUpIng = [this](bool moved, int32_t offset) {
+      events.push_back("MoveUpIng " + std::to_string(moved) + " " + std::to_string(offset));
+    };
+    sp->SetParent(&surface);
+    sp->SetControlName1("TV");
+    sp->SetControlName2("fView");
+    sp->SetTop(100);
+    sp->SetHeight(5000);  // the bar's own size change records the surface
+    sp->SetLeft(3000);
+    sp->Resize();
+    events.clear();
+  }
+  void Drag(float x) {
+    sp->UserMouseDown(1, 0);
+    sp->UserMouseMove(1, x);
+  }
+  Surface surface;
+  view::Controls controls;
+  view::Control* tree = nullptr;
+  view::Control* frame = nullptr;
+  Splitter* sp = nullptr;
+  std::vector<std::string> events;
+};
+
+}  // namespace
+
+TEST_F(SplitterTest, LayoutPutsTheControlsEitherSideOfTheBar) {
+  EXPECT_EQ(sp->Left(), 3000);
+  EXPECT_EQ(sp->Width(), 75);
+  EXPECT_EQ(sp->Height(), 6000 - 100 - 40);
+  EXPECT_EQ(tree->Left(), 0);
+  EXPECT_EQ(tree->Top(), 70);
+  EXPECT_EQ(tree->Width(), 3000);
+  EXPECT_EQ(tree->Height(), sp->Height());
+  EXPECT_EQ(frame->Left(), 3075);
+  EXPECT_EQ(frame->Top(), 100);
+  EXPECT_EQ(frame->Width(), 9000 - 3000 - 75 - 40);
+  // The bar's width is held at SplitterWidth.
+  sp->SetWidth(500);
+  EXPECT_EQ(sp->Width(), 75);
+}
+
+TEST_F(SplitterTest, DragStaysWithinTheLimits) {
+  Drag(79);  // too small a move does nothing
+  EXPECT_EQ(sp->Left(), 3000);
+  EXPECT_TRUE(events.empty());
+  sp->UserMouseMove(1, 500);
+  EXPECT_EQ(sp->Left(), 3500);
+  EXPECT_EQ(tree->Width(), 3500);
+  EXPECT_EQ(events, (std::vector<std::string>{"Moving 1 500"}));
+  sp->UserMouseMove(1, -3200);  // left past MinLeft stops at 600
+  EXPECT_EQ(sp->Left(), 600);
+  EXPECT_EQ(sp->SavedLeft(), 600);
+  // To the right the bound is the width of the control declared before the bar, the frame.
+  frame->SetWidth(5000);
+  sp->UserMouseMove(1, 4000);
+  EXPECT_EQ(sp->Left(), 5000 - 600 - 75);
+  sp->MinRight = 100;
+  sp->SetLeft(3000);
+  frame->SetWidth(5000);
+  sp->UserMouseMove(1, 1000);
+  EXPECT_EQ(sp->Left(), 4000);
+  events.clear();
+  sp->UserMouseUp(1, 0);
+  EXPECT_EQ(events, (std::vector<std::string>{"Moving 0 0", "MoveUpIng 1 0"}));
+  sp->UserMouseMove(1, 500);  // the button is up: no move
+  EXPECT_EQ(sp->Left(), 4000);
+}
+
+TEST_F(SplitterTest, ResizeKeepsTheProportionWithinTheLimits) {
+  surface = {18000, 6000, 18000, 6000};
+  sp->Resize();
+  EXPECT_EQ(sp->Left(), 6000);
+  EXPECT_EQ(frame->Width(), 18000 - 6000 - 75 - 40);
+  surface = {1800, 6000, 1800, 6000};
+  sp->Resize();
+  EXPECT_EQ(sp->Left(), 600);
+  surface = {1000, 6000, 1000, 6000};  // 333 by proportion, raised to MinLeft, then the right room wins
+  sp->Resize();
+  EXPECT_EQ(sp->Left(), 1000 - 600 - 75);
+  EXPECT_EQ(sp->SavedLeft(), 325);
+  EXPECT_EQ(frame->Width(), 600);  // never narrower than MinRight
+}
+
+TEST_F(SplitterTest, HiddenSidesMoveTheBarOffTheEdgeAndBack) {
+  sp->SetControlVisible2(false);
+  EXPECT_FALSE(frame->Visible());
+  EXPECT_EQ(sp->Left(), 9000);
+  EXPECT_EQ(tree->Width(), 9000);
+  sp->SetControlVisible2(true);
+  EXPECT_TRUE(frame->Visible());
+  EXPECT_EQ(sp->Left(), 3000);
+  EXPECT_EQ(tree->Width(), 3000);
+  sp->SetControlVisible1(false);
+  EXPECT_EQ(sp->Left(), -75);
+  EXPECT_EQ(frame->Left(), 0);
+  EXPECT_EQ(frame->Width(), 9000);
+  EXPECT_FALSE(events.empty());
+  sp->SetControlVisible1(true);
+  EXPECT_EQ(sp->Left(), 3000);
+}
+
+TEST_F(SplitterTest, UnknownNamesLeaveTheControlsAloneButTheBarMoves) {
+  sp->SetControlName1("nothing");
+  sp->SetControlName2("");
+  EXPECT_EQ(sp->Control1(), nullptr);
+  tree->SetWidth(1234);
+  Drag(400);
+  EXPECT_EQ(sp->Left(), 3400);
+  EXPECT_EQ(tree->Width(), 1234);
+  EXPECT_EQ(events, (std::vector<std::string>{"Moving 1 400"}));
+  // A name resolves at the next layout once its control exists.
+  sp->SetControlName1("late");
+  controls.Add<view::Control>("Label", "late", -1);
+  sp->UserMouseUp(1, 0);
+  ASSERT_NE(sp->Control1(), nullptr);
+  EXPECT_EQ(sp->Control1()->Name(), "late");
+}
+
+TEST_F(SplitterTest, PropertiesAreStoredInOrderAndReadBack) {
+  sp->SetSplitterWidth(90);
+  PropertyBag bag;
+  sp->WriteProperties(bag);
+  std::vector<std::string> names;
+  for (const auto& [k, v] : bag) names.push_back(k);
+  EXPECT_EQ(names, (std::vector<std::string>{"ControlName1", "ControlName2", "SplitterWidth", "ControlVisible1",
+                                             "ControlVisible2"}));
+  Splitter other("Sp2");
+  other.ReadProperties(bag);
+  EXPECT_EQ(other.ControlName1(), "TV");
+  EXPECT_EQ(other.ControlName2(), "fView");
+  EXPECT_EQ(other.SplitterWidth(), 90);
+  EXPECT_EQ(other.Width(), 90);
+  EXPECT_TRUE(other.ControlVisible2());
+}

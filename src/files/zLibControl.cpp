@@ -1,6 +1,5 @@
 #include "files/zLibControl.h"
 
-#include <iconv.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -31,10 +30,6 @@ constexpr int64_t kMinEntryBytes = 20;
 constexpr int64_t kMaxInflateRatio = 1032;
 
 [[noreturn]] void Fail(const std::string& what) { throw RuntimeError(what); }
-
-bool HasDrive(const std::string& p) {
-  return p.size() >= 2 && p[1] == ':' && std::isalpha(static_cast<unsigned char>(p[0]));
-}
 
 std::string Hex8(uint32_t v) {
   char buf[9];
@@ -135,144 +130,12 @@ void RemoveQuietly(const std::string& path) {
   fs::remove(path, ec);
 }
 
-// One conversion direction of iconv, opened for the life of one call.
-class Converter {
- public:
-  Converter(const char* to, const char* from) {
-    m_Cd = ::iconv_open(to, from);
-    if (m_Cd == reinterpret_cast<iconv_t>(-1)) Fail(std::string("No conversion from ") + from + " to " + to);
-  }
-  ~Converter() { ::iconv_close(m_Cd); }
-  Converter(const Converter&) = delete;
-  Converter& operator=(const Converter&) = delete;
-
-  // Converts one character; false when it has no place in the target set.
-  bool One(const std::string& in, std::string& out) {
-    ::iconv(m_Cd, nullptr, nullptr, nullptr, nullptr);
-    char buf[16];
-    char* src = const_cast<char*>(in.data());
-    size_t srcLeft = in.size();
-    char* dst = buf;
-    size_t dstLeft = sizeof buf;
-    if (::iconv(m_Cd, &src, &srcLeft, &dst, &dstLeft) == static_cast<size_t>(-1) || srcLeft != 0) return false;
-    out.assign(buf, dst);
-    return !out.empty();
-  }
-
- private:
-  iconv_t m_Cd;
-};
-
-// Length of the UTF-8 sequence that starts with b, 0 for a byte that cannot start one.
-size_t Utf8SeqLen(unsigned char b) {
-  if (b < 0x80) return 1;
-  if ((b & 0xE0) == 0xC0) return 2;
-  if ((b & 0xF0) == 0xE0) return 3;
-  if ((b & 0xF8) == 0xF0) return 4;
-  return 0;
-}
-
-bool IsLeadByte936(unsigned char b) { return b >= 0x81 && b <= 0xFE; }
-
-// Windows-like matching of one name against a pattern with "*" and "?", ignoring Latin case.
-bool WildMatch(const std::u16string& name, const std::u16string& pat) {
-  auto low = [](char16_t c) { return (c >= u'A' && c <= u'Z') ? char16_t(c - u'A' + u'a') : c; };
-  size_t n = 0, p = 0, starP = std::u16string::npos, starN = 0;
-  while (n < name.size()) {
-    if (p < pat.size() && (pat[p] == u'?' || low(pat[p]) == low(name[n]))) {
-      ++n;
-      ++p;
-    } else if (p < pat.size() && pat[p] == u'*') {
-      starP = p++;
-      starN = n;
-    } else if (starP != std::u16string::npos) {
-      p = starP + 1;
-      n = ++starN;
-    } else {
-      return false;
-    }
-  }
-  while (p < pat.size() && pat[p] == u'*') ++p;
-  return p == pat.size();
-}
-
-bool PatternMatches(const std::string& name, const std::string& pattern) {
-  const auto n = text::ToUtf16(name);
-  const auto p = text::ToUtf16(pattern);
-  if (WildMatch(n, p)) return true;
-  // "*.*" and "a.*" also take names without any dot, as the Windows listing does.
-  if (p.size() >= 2 && p.compare(p.size() - 2, 2, u".*") == 0 && n.find(u'.') == std::u16string::npos)
-    return WildMatch(n, p.substr(0, p.size() - 2));
-  return false;
-}
-
 int32_t CheckedLong(int64_t v, const std::string& what) {
   if (v > std::numeric_limits<int32_t>::max()) Fail("Overflow: " + what + " is larger than 2 GB");
   return static_cast<int32_t>(v);
 }
 
 }  // namespace
-
-// ---- paths and code page ----
-
-namespace zpath {
-
-std::string ToNative(const std::string& path) {
-  std::string p = path;
-  const bool drive = HasDrive(p);
-  if (drive) p = p.substr(2);
-  std::replace(p.begin(), p.end(), '\\', '/');
-  if (drive && (p.empty() || p[0] != '/')) p.insert(p.begin(), '/');
-  return p;
-}
-
-std::string ToWindows(const std::string& path) {
-  std::string p = path;
-  std::replace(p.begin(), p.end(), '/', '\\');
-  return p;
-}
-
-std::string ToCp936(const std::string& utf8) {
-  Converter conv("CP936", "UTF-8");
-  std::string out, one;
-  for (size_t i = 0; i < utf8.size();) {
-    const auto b = static_cast<unsigned char>(utf8[i]);
-    size_t len = Utf8SeqLen(b);
-    if (len == 1) {
-      out += utf8[i++];
-      continue;
-    }
-    if (len == 0 || i + len > utf8.size()) {
-      out += '?';
-      ++i;
-      continue;
-    }
-    if (conv.One(utf8.substr(i, len), one) && one.size() <= 2)
-      out += one;
-    else
-      out += (len == 4) ? "??" : "?";  // a character beyond the BMP counts two units
-    i += len;
-  }
-  return out;
-}
-
-std::string FromCp936(const std::string& bytes) {
-  Converter conv("UTF-8", "CP936");
-  std::string out, one;
-  for (size_t i = 0; i < bytes.size();) {
-    const auto b = static_cast<unsigned char>(bytes[i]);
-    if (b < 0x80) {
-      out += bytes[i++];
-      continue;
-    }
-    const size_t len = (IsLeadByte936(b) && i + 1 < bytes.size()) ? 2 : 1;
-    out += conv.One(bytes.substr(i, len), one) ? one : std::string("?");
-    i += len;
-  }
-  return out;
-}
-
-}  // namespace zpath
 
 // ---- life ----
 
@@ -322,7 +185,7 @@ std::string zLibControl::filename(int32_t Index) const {
 
 void zLibControl::SetFilename(int32_t Index, const std::string& value) {
   if (!ValidIndex(Index)) return;
-  std::string name = zpath::ToWindows(HasDrive(value) ? value.substr(2) : value);
+  std::string name = zpath::ToWindows(zpath::HasDrive(value) ? value.substr(2) : value);
   if (name.empty() || name[0] != '\\') name.insert(name.begin(), '\\');
   m_Files[Index].filename = name;
 }
@@ -349,38 +212,18 @@ bool zLibControl::RemoveFile(int32_t Index) {
 }
 
 bool zLibControl::AddFile(const std::string& filename, int32_t attrib) {
-  const bool withFolders = (attrib & 16) != 0;
-  const std::string native = zpath::ToNative(filename);
-  const size_t slash = native.rfind('/');
-  const std::string folder = slash == std::string::npos ? std::string(".") : native.substr(0, slash + 1);
-  const std::string last = slash == std::string::npos ? native : native.substr(slash + 1);
-
-  // What a listing of the name gives: (name, is a folder).
-  std::vector<std::pair<std::string, bool>> found;
-  std::error_code ec;
-  if (last.find_first_of("*?") != std::string::npos) {
-    for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
-      const bool dir = it->is_directory(ec);
-      const std::string name = it->path().filename().string();
-      if ((!dir || withFolders) && PatternMatches(name, last)) found.emplace_back(name, dir);
-    }
-    std::sort(found.begin(), found.end());
-  } else if (!last.empty()) {
-    const auto st = fs::status(native, ec);
-    if (!ec && fs::exists(st) && (!fs::is_directory(st) || withFolders))
-      found.emplace_back(last, fs::is_directory(st));
-  }
+  const std::vector<zpath::DirEntry> found = zpath::Dir(filename, attrib);
   if (found.empty()) return false;
 
-  if (filename.find_first_of("#?*") == std::string::npos && !found.front().second && attrib != 16) {
+  if (filename.find_first_of("#?*") == std::string::npos && !found.front().folder && attrib != 16) {
     AddOneFile(filename);
     return true;
   }
   // A pattern: every file in the folder of the name, in the form the caller used.
   const size_t sep = filename.find_last_of("\\/");
   const std::string prefix = sep == std::string::npos ? std::string() : filename.substr(0, sep + 1);
-  for (const auto& [name, dir] : found)
-    if (!dir) AddOneFile(prefix + name);
+  for (const auto& entry : found)
+    if (!entry.folder) AddOneFile(prefix + entry.name);
   return true;
 }
 
@@ -393,7 +236,7 @@ void zLibControl::AddOneFile(const std::string& name) {
 
   FileEntry e;
   e.Path = name;
-  e.filename = zpath::ToWindows(HasDrive(name) ? name.substr(2) : name);
+  e.filename = zpath::ToWindows(zpath::HasDrive(name) ? name.substr(2) : name);
   e.FileSize = CheckedLong(static_cast<int64_t>(size), name);
   e.TempFile = NewTempName();  // created empty by the name's reservation
   m_Files.push_back(e);
@@ -528,14 +371,14 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
 // the output folder ("..") or name no file are skipped, and so is a target that is a folder.
 std::string zLibControl::CalculateTargetPath(const std::string& name, const std::string& outputpath, bool UsePaths,
                                              bool Overwrite) const {
-  std::string n = zpath::ToWindows(HasDrive(name) ? name.substr(2) : name);
+  std::string n = zpath::ToWindows(zpath::HasDrive(name) ? name.substr(2) : name);
   // Names written here always begin with "\"; without one the name would run into the folder's.
   if (n.empty() || n[0] != '\\') n.insert(n.begin(), '\\');
   if (n.find('\0') != std::string::npos) return {};
 
   std::string out = zpath::ToWindows(outputpath);
   while (!out.empty() && out.back() == '\\') out.pop_back();
-  if (!HasDrive(out)) out = (!out.empty() && out[0] == '\\') ? "C:" + out : "C:\\" + out;
+  if (!zpath::HasDrive(out)) out = (!out.empty() && out[0] == '\\') ? "C:" + out : "C:\\" + out;
 
   if (!UsePaths) n = n.substr(n.rfind('\\'));
   if (n.back() == '\\') return {};
@@ -596,7 +439,7 @@ int16_t zLibControl::Decompress(const std::string& filename, const std::string& 
     for (int32_t k = 0; k < nameLen; ++k) {
       const unsigned char b = in.ReadByte();
       name += static_cast<char>(b);
-      if (IsLeadByte936(b)) name += static_cast<char>(in.ReadByte());
+      if (zpath::IsLeadByte936(b)) name += static_cast<char>(in.ReadByte());
     }
     f.filename = zpath::FromCp936(name);
     f.FileSize = in.ReadLong();

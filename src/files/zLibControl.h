@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Value.h"
+#include "files/FilePaths.h"
 
 namespace kmd {
 
@@ -19,11 +20,8 @@ namespace kmd {
 //   A block is: unpacked length, packed length, one complete zlib stream.
 //
 // Paths. Names inside a container keep the Windows form ("\t\ab.txt", folders split by "\").
-// Paths handed to the control may be in Windows form ("C:\t\ab.txt") or native ("/tmp/ab.txt").
-// A Windows path reaches the file system with its drive dropped and "\" turned into "/", so every
-// drive stands for the root "/"; a native path is used as it is. The other way round, a native
-// path is stored with "/" turned into "\" (it has no drive to drop). Native names that contain a
-// backslash of their own cannot be told apart from folders and are not supported.
+// Paths handed to the control may be in Windows form ("C:\t\ab.txt") or native ("/tmp/ab.txt");
+// they reach the file system as zpath maps them (files/FilePaths.h).
 class zLibControl {
  public:
   struct FileEntry {
@@ -140,16 +138,5 @@ class zLibControl {
   bool m_Flat = true;
   bool m_PropertiesChanged = false;
 };
-
-namespace zpath {
-// Native form of a path given in either form (see the class comment).
-std::string ToNative(const std::string& path);
-// Windows form of a path given in either form, drive kept when it has one.
-std::string ToWindows(const std::string& path);
-// Text in code page 936 and back. Characters without a place in it become "?", one per UTF-16
-// unit, so that the character count of the text still holds.
-std::string ToCp936(const std::string& utf8);
-std::string FromCp936(const std::string& bytes);
-}  // namespace zpath
 
 }  // namespace kmd

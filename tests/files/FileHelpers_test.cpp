@@ -1,0 +1,327 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "base/RuntimeError.h"
+#include "db/Connection.h"
+#include "db/Database.h"
+#include "files/FilePaths.h"
+#include "files/MCommonDialog.h"
+#include "files/bCommon.h"
+#include "files/bGetTempFile.h"
+#include "files/file2db.h"
+#include "files/mShellExecute.h"
+
+namespace fs = std::filesystem;
+using namespace kmd;
+
+namespace {
+
+std::string ReadAll(const fs::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+void WriteAll(const fs::path& p, const std::string& data) {
+  std::ofstream(p, std::ios::binary).write(data.data(), static_cast<std::streamsize>(data.size()));
+}
+
+// A private folder per test, and the temporary folder pointed into it.
+class Files : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string tmpl = (fs::temp_directory_path() / "kmdfilesXXXXXX").string();
+    root = mkdtemp(tmpl.data());
+    tmp = root / "tmp";
+    fs::create_directories(tmp);
+    setenv("TMPDIR", tmp.c_str(), 1);
+  }
+  void TearDown() override {
+    unsetenv("TMPDIR");
+    fs::remove_all(root);
+  }
+  fs::path root, tmp;
+};
+
+// Catches the run-time error of `f` and gives "number source: description".
+template <class F>
+std::string ErrorOf(F f) {
+  try {
+    f();
+  } catch (const RuntimeError& e) {
+    return std::to_string(e.Number()) + " " + e.Source() + ": " + e.Description();
+  }
+  return "no error";
+}
+
+}  // namespace
+
+TEST_F(Files, TemporaryNamesAreNewFilesInTheTemporaryFolder) {
+  EXPECT_EQ(bGetTempFile::GetTempDir(), tmp.string() + "/");
+  const std::string a = bGetTempFile::GetTempFile("zLibrary");
+  const std::string b = bGetTempFile::GetTempFile("zLibrary");
+  EXPECT_NE(a, b);
+  for (const auto& name : {a, b}) {
+    EXPECT_EQ(fs::path(name).parent_path(), tmp);
+    EXPECT_EQ(fs::path(name).filename().string().substr(0, 3), "zLi");
+    EXPECT_TRUE(fs::is_regular_file(name));
+    EXPECT_EQ(fs::file_size(name), 0u);
+  }
+  setenv("TMPDIR", (root / "missing").c_str(), 1);
+  EXPECT_EQ(bGetTempFile::GetTempFile("x"), "");
+}
+
+TEST(NextNumberedName, CountsOnFromTheFirstSignificantDigit) {
+  EXPECT_EQ(bCommon::NextNumberedName("0012"), "0013");
+  EXPECT_EQ(bCommon::NextNumberedName("0099"), "00100");
+  EXPECT_EQ(bCommon::NextNumberedName("9"), "10");
+  EXPECT_EQ(bCommon::NextNumberedName("009A"), "0010");  // the number ends where Val stops
+  EXPECT_EQ(bCommon::NextNumberedName("000"), "");
+  EXPECT_EQ(bCommon::NextNumberedName("A001"), "");
+  EXPECT_EQ(bCommon::NextNumberedName(""), "");
+}
+
+TEST_F(Files, ExistenceAndNames) {
+  WriteAll(root / "a.txt", "a");
+  fs::create_directories(root / "dir");
+  EXPECT_FALSE(file2db::FileExists(""));
+  EXPECT_TRUE(file2db::FileExists((root / "a.txt").string()));
+  EXPECT_TRUE(file2db::FileExists("C:" + zpath::ToWindows((root / "a.txt").string())));
+  EXPECT_TRUE(file2db::FileExists((root / "*.TXT").string()));
+  EXPECT_FALSE(file2db::FileExists((root / "b.txt").string()));
+  EXPECT_FALSE(file2db::FileExists((root / "dir").string()));
+  EXPECT_TRUE(file2db::FileExists((root / "dir").string(), 16));
+  EXPECT_TRUE(file2db::FileExists((root / "a.txt").string(), 16));
+
+  EXPECT_EQ(file2db::GetFileName("C:\\pics\\红.jpg"), "红.jpg");
+  EXPECT_EQ(file2db::GetFileName("/tmp/x.bin"), "x.bin");
+  EXPECT_EQ(file2db::GetFileName("plain"), "plain");
+  EXPECT_EQ(MCommonDialog::GetPathOnly("C:\\pics\\a.jpg"), "C:\\pics");
+  EXPECT_EQ(MCommonDialog::GetPathOnly("plain"), "plain");
+}
+
+TEST_F(Files, FilesGoIntoBinaryColumnsAndBack) {
+  std::string data(300000, '\0');
+  for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i * 7 % 251);
+  WriteAll(root / "in.bin", data);
+
+  auto db = std::make_shared<db::Database>(db::Open((root / "t.db").string()));
+  db->CreateCommand("create table 附件 (ID INTEGER PRIMARY KEY, 内容 BLOB)", 1)->Execute();
+  {
+    auto rs = db->CreateCommand("select * from 附件 where 1=0", 1)->OpenRecordset();
+    rs->AddNew();
+    rs->Fields("ID") = Value(1);
+    file2db::FileToField((root / "in.bin").string(), rs->Fields("内容"));
+    rs->Update();
+    EXPECT_EQ(ErrorOf([&] { file2db::FileToField((root / "none.bin").string(), rs->Fields("内容")); }),
+              "50001 dbfile: 文件不存在!");
+  }
+  auto rs = db->CreateCommand("select * from 附件 where ID=1", 1)->OpenRecordset();
+  ASSERT_FALSE(rs->Eof());
+  const Value& field = rs->Fields("内容");
+
+  EXPECT_TRUE(file2db::FieldToFile((root / "out.bin").string(), field, false));
+  EXPECT_EQ(ReadAll(root / "out.bin"), data);
+  // Without overwrite an existing file is refused and left alone; with it, replaced.
+  WriteAll(root / "old.bin", "old contents that are longer");
+  EXPECT_FALSE(file2db::FieldToFile((root / "old.bin").string(), field, false));
+  EXPECT_EQ(ReadAll(root / "old.bin"), "old contents that are longer");
+  EXPECT_TRUE(file2db::FieldToFile((root / "old.bin").string(), field, true));
+  EXPECT_EQ(ReadAll(root / "old.bin"), data);
+  // A missing folder or a field without bytes gives false.
+  EXPECT_FALSE(file2db::FieldToFile((root / "no" / "x.bin").string(), field, true));
+  EXPECT_FALSE(file2db::FieldToFile((root / "null.bin").string(), Value::Null(), true));
+  EXPECT_FALSE(fs::exists(root / "null.bin"));
+}
+
+namespace {
+
+// Records what the dialog was asked and answers from its fields.
+class FakeDialog : public view::Platform {
+ public:
+  view::FileChoice asked;
+  std::vector<std::string> files;  // empty: Cancel
+  int32_t index = 1;
+  int32_t addFlags = 0;
+  int MsgBox(const std::string&, int, const std::string&) override { return view::vbOK; }
+  std::string InputBox(const std::string&, const std::string&, const std::string&) override { return ""; }
+  bool ChooseFile(view::FileChoice& choice) override {
+    asked = choice;
+    if (files.empty()) return false;
+    choice.files = files;
+    choice.filterIndex = index;
+    choice.flags |= addFlags;
+    return true;
+  }
+};
+
+struct DialogCall {
+  std::string fileName = "start.jpg";
+  std::string fileTitle;
+  bool mustExist = true, multi = false, readOnly = false;
+  std::string filter = "Pictures (*.jpg)|*.jpg;*.png|All files|*.*";
+  int32_t filterIndex = 1;
+  int32_t flags = 0x60 | 0x8;
+  bool Run(view::Platform& p) {
+    return MCommonDialog::OpenFileDialog(p, fileName, fileTitle, mustExist, multi, readOnly, true, filter,
+                                         filterIndex, "/pics", "选择图片", "jpg", -1, flags);
+  }
+};
+
+}  // namespace
+
+TEST(OpenFileDialog, AsksWithTheFlagsAndFilterAndGivesTheChoiceBack) {
+  FakeDialog dialog;
+  dialog.files = {"/pics/红.png"};
+  dialog.index = 2;
+  dialog.addFlags = view::FileChoice::kReadOnly;
+  DialogCall call;
+  ASSERT_TRUE(call.Run(dialog));
+  EXPECT_EQ(dialog.asked.flags, 0x1000 | 0x4 | 0x8);  // 0x60 taken out
+  EXPECT_EQ(dialog.asked.title, "选择图片");
+  EXPECT_EQ(dialog.asked.initDir, "/pics");
+  EXPECT_EQ(dialog.asked.fileName, "start.jpg");
+  ASSERT_EQ(dialog.asked.filters.size(), 2u);
+  EXPECT_EQ(dialog.asked.filters[1], (std::pair<std::string, std::string>{"All files", "*.*"}));
+
+  EXPECT_EQ(call.fileName, "/pics/红.png");
+  EXPECT_EQ(call.fileTitle, "红.png");
+  EXPECT_EQ(call.filter, "All files");
+  EXPECT_EQ(call.filterIndex, 2);
+  EXPECT_TRUE(call.readOnly);
+  EXPECT_EQ(call.flags & 1, 1);
+
+  // Several files: the folder, then the names, separated by nulls.
+  DialogCall multi;
+  multi.multi = true;
+  dialog.files = {"/pics/a.jpg", "/pics/b.jpg"};
+  ASSERT_TRUE(multi.Run(dialog));
+  EXPECT_EQ(dialog.asked.flags & 0x200, 0x200);
+  EXPECT_EQ(multi.fileName, std::string("/pics\0a.jpg\0b.jpg", 17));
+
+  // Cancel empties the answers.
+  dialog.files.clear();
+  DialogCall cancelled;
+  EXPECT_FALSE(cancelled.Run(dialog));
+  EXPECT_EQ(cancelled.fileName, "");
+  EXPECT_EQ(cancelled.filter, "");
+  EXPECT_EQ(cancelled.flags, 0);
+  EXPECT_EQ(cancelled.filterIndex, -1);
+}
+
+TEST(OpenFileDialog, AColonInTheFilterSeparatesLikeABar) {
+  FakeDialog dialog;
+  DialogCall call;
+  call.filter = "Pictures|C:\\pics\\*.jpg";
+  call.Run(dialog);
+  ASSERT_GE(dialog.asked.filters.size(), 1u);
+  EXPECT_EQ(dialog.asked.filters[0], (std::pair<std::string, std::string>{"Pictures", "C"}));
+
+  EXPECT_EQ(MCommonDialog::FilterName(std::string("A\0*.a\0B\0*.b\0\0", 14), 2), "B");
+  EXPECT_EQ(MCommonDialog::FilterName(std::string("A\0*.a\0\0", 7), 3), "");
+  std::string s("abc\0def", 7);
+  EXPECT_EQ(MCommonDialog::TrimAtNull(s), "abc");
+  EXPECT_EQ(s, "abc");
+}
+
+namespace {
+
+// Records each start of a process and answers with `status`.
+class ShellTest : public Files {
+ protected:
+  void SetUp() override {
+    Files::SetUp();
+    for (const char* v : {"DISPLAY", "WAYLAND_DISPLAY"}) {
+      if (const char* old = getenv(v)) saved.emplace_back(v, old);
+      unsetenv(v);
+    }
+    mShellExecute::SetLauncher([this](const std::vector<std::string>& argv, const std::string& folder, bool hidden) {
+      runs.push_back({argv, folder, hidden});
+      return status;
+    });
+    WriteAll(root / "doc.pdf", "%PDF");
+    WriteAll(root / "run.exe", "#!/bin/sh\n");
+    fs::permissions(root / "run.exe", fs::perms::owner_all);
+  }
+  void TearDown() override {
+    mShellExecute::SetLauncher(nullptr);
+    for (const auto& [k, v] : saved) setenv(k.c_str(), v.c_str(), 1);
+    Files::TearDown();
+  }
+  struct Run {
+    std::vector<std::string> argv;
+    std::string folder;
+    bool hidden;
+  };
+  std::vector<Run> runs;
+  int status = 0;
+  std::vector<std::pair<std::string, std::string>> saved;
+};
+
+}  // namespace
+
+TEST_F(ShellTest, DocumentsOpenThroughTheDesktop) {
+  const std::string doc = (root / "doc.pdf").string();
+  EXPECT_EQ(ErrorOf([&] { mShellExecute::ShellOpen(doc); }),
+            "-2147220425 kmd.GShell: No application is associated with this file type.");
+  EXPECT_TRUE(runs.empty());
+
+  setenv("DISPLAY", ":0", 1);
+  EXPECT_TRUE(mShellExecute::ShellOpen(doc));
+  ASSERT_EQ(runs.size(), 1u);
+  EXPECT_EQ(runs[0].argv, (std::vector<std::string>{"xdg-open", doc}));
+  EXPECT_TRUE(mShellExecute::ShellOpen("C:" + zpath::ToWindows(doc)));
+  EXPECT_EQ(runs[1].argv[1], doc);
+
+  status = 2;  // the opener found no such file
+  EXPECT_EQ(ErrorOf([&] { mShellExecute::ShellOpen(doc); }), "53 kmd.GShell: File not found");
+  status = -2;
+  EXPECT_EQ(ErrorOf([&] { mShellExecute::ShellOpen(doc); }), "7 kmd.GShell: Out of memory");
+  status = 0;
+  std::string verb = "print";
+  int32_t window = 0;
+  EXPECT_EQ(ErrorOf([&] { mShellExecute::ShellOpen(doc, 1, "", "", verb, window); }),
+            "-2147220425 kmd.GShell: No application is associated with this file type.");
+}
+
+TEST_F(ShellTest, MissingFilesAndFolders) {
+  setenv("DISPLAY", ":0", 1);
+  EXPECT_EQ(ErrorOf([&] { mShellExecute::ShellOpen((root / "none.pdf").string()); }),
+            "53 kmd.GShell: File not found");
+  EXPECT_EQ(ErrorOf([&] { mShellExecute::ShellOpen((root / "no" / "none.pdf").string()); }),
+            "76 kmd.GShell: Path not found");
+  EXPECT_EQ(ErrorOf([&] { mShellExecute::ShellOpen("doc.pdf", 1, "", (root / "nodir").string()); }),
+            "76 kmd.GShell: Path not found");
+  // A relative name is found in the given folder.
+  EXPECT_TRUE(mShellExecute::ShellOpen("doc.pdf", 1, "", root.string()));
+  EXPECT_EQ(runs.back().argv[1], (root / "doc.pdf").string());
+  EXPECT_EQ(runs.back().folder, root.string());
+  EXPECT_EQ(runs.size(), 1u);
+}
+
+TEST_F(ShellTest, ProgramsRunHiddenOnlyWithParameters) {
+  const std::string exe = (root / "run.exe").string();
+  EXPECT_TRUE(mShellExecute::ShellOpen(exe, 1, "a \"b c\""));
+  ASSERT_EQ(runs.size(), 1u);
+  EXPECT_EQ(runs[0].argv, (std::vector<std::string>{exe, "a", "b c"}));
+  EXPECT_TRUE(runs[0].hidden);
+  EXPECT_TRUE(mShellExecute::ShellOpen(exe, 0));
+  EXPECT_FALSE(runs[1].hidden);  // no parameters: opened normally whatever was asked
+  status = -1;
+  EXPECT_EQ(ErrorOf([&] { mShellExecute::ShellOpen(exe); }),
+            "-2147220445 kmd.GShell: The executable file is invalid or corrupt");
+}
+
+TEST_F(Files, ARealProgramRunsWithItsParameters) {
+  const fs::path script = root / "echo.sh";
+  WriteAll(script, "#!/bin/sh\nprintf '%s' \"$1\" > \"$2\"\n");
+  fs::permissions(script, fs::perms::owner_all);
+  const fs::path out = root / "echoed.txt";
+  EXPECT_TRUE(mShellExecute::ShellOpen(script.string(), 1, "\"two words\" " + out.string()));
+  // The program runs on its own; give it a moment to finish.
+  for (int i = 0; i < 100 && ReadAll(out).empty(); ++i) usleep(20000);
+  EXPECT_EQ(ReadAll(out), "two words");
+}

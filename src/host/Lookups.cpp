@@ -10,6 +10,13 @@ namespace {
 const std::vector<LookupWindow>& Windows() {
   static const std::vector<LookupWindow> windows = {
       {"gy_jldw", "计量单位", "Select 单位ID,代码,名称 From KMDjldw order by 代码", "代码", {"代码", "名称"}},
+      {"gy_clkm", "存货科目", "select 科目编码,科目名称,科目ID from kmdkjkm where 是否存货科目=1 order by 科目编码", "科目编码",
+       {"科目编码", "科目名称"}},
+      {"gy_wlkm_nMx", "往来科目", "select 科目编码,科目名称,科目ID from kmdkjkm where 是否往来核算=1 order by 科目编码",
+       "科目编码", {"科目编码", "科目名称"}},
+      {"st_attribute", "仓库属性",
+       "SELECT code,caption,text from xt_billattribute where progID='200003' and attribute='仓库属性' order by code", "code",
+       {"code", "caption"}},
   };
   return windows;
 }

@@ -1,0 +1,174 @@
+-- Product categories and the company organisation, and the least of the tables of other modules
+-- (accounts, products, partners, process operations, employees, stock documents) that the coded
+-- hierarchies read to tell whether a record is in use. Codes follow the rule "22222"; each tree has
+-- three levels and one record whose parent code does not exist.
+
+-- Accounting subjects.
+CREATE TABLE kmdkjkm (
+  科目ID INTEGER PRIMARY KEY,
+  科目编码 TEXT,
+  科目名称 TEXT,
+  是否存货科目 INTEGER NOT NULL DEFAULT 0,
+  是否往来核算 INTEGER NOT NULL DEFAULT 0
+);
+INSERT INTO kmdkjkm (科目ID, 科目编码, 科目名称, 是否存货科目, 是否往来核算) VALUES
+  (1, '1211', '原材料', 1, 0),
+  (2, '1243', '库存商品', 1, 0),
+  (3, '1131', '应收账款', 0, 1),
+  (4, '2121', '应付账款', 0, 1),
+  (5, '1201', '物资采购', 1, 0),
+  (6, '5101', '主营业务收入', 0, 0);
+
+-- Product categories; 对应科目编号 is the stock subject's code, the other two subjects are ids.
+CREATE TABLE kmdcplb (
+  类别ID INTEGER PRIMARY KEY,
+  类别编码 TEXT,
+  类别名称 TEXT,
+  是否明细 INTEGER NOT NULL DEFAULT 1,
+  级次 INTEGER,
+  备注 TEXT,
+  对应科目编号 TEXT,
+  应付科目ID INTEGER,
+  应收科目ID INTEGER,
+  是否系统 INTEGER NOT NULL DEFAULT 0
+);
+INSERT INTO kmdcplb (类别ID, 类别编码, 类别名称, 是否明细, 级次, 备注, 对应科目编号, 应付科目ID, 应收科目ID, 是否系统) VALUES
+  (1, '01', '原材料', 0, 1, '', '1211', 0, 0, 1),
+  (2, '0101', '金属材料', 0, 2, '', '1211', 0, 0, 0),
+  (3, '010101', '钢材', 1, 3, '', '1211', 4, 0, 0),
+  (4, '010102', '铝材', 1, 3, '', '1211', 0, 0, 0),
+  (5, '0102', '塑料', 1, 2, '', '1201', 0, 0, 0),
+  (6, '02', '成品', 0, 1, '', '1243', 0, 3, 0),
+  (7, '0201', '电子产品', 1, 2, '', '1243', 0, 3, 0),
+  (8, '03', '辅料', 1, 1, '', '1201', 0, 0, 0),
+  (9, '0901', '外购件', 1, 2, '上级编码不存在', '1201', 0, 0, 0);
+
+-- Products: steel (two items) and plastics sit in leaves with siblings, the phones in the only
+-- child of finished goods.
+CREATE TABLE KMDCPML (
+  产品ID INTEGER PRIMARY KEY,
+  物品编码 TEXT,
+  物品名称 TEXT,
+  产品类别ID INTEGER
+);
+INSERT INTO KMDCPML (产品ID, 物品编码, 物品名称, 产品类别ID) VALUES
+  (1, 'A001', '钢板', 3),
+  (2, 'A002', '钢管', 3),
+  (3, 'B001', 'PVC粒子', 5),
+  (4, 'C001', '手机', 7);
+
+-- A product with its category's id, code and name.
+CREATE VIEW vtKMDCPML AS
+  SELECT p.*, c.类别ID AS 类别ID, c.类别编码 AS 类别编码, c.类别名称 AS 产品类别
+  FROM KMDCPML p LEFT JOIN kmdcplb c ON c.类别ID = p.产品类别ID;
+
+-- Business partners; 类型ID is the contact type (kmdlxlx), 属性 1 supplier, 2 customer.
+CREATE TABLE KMDWLDW (
+  往来ID INTEGER PRIMARY KEY,
+  公司编号 TEXT,
+  公司名称 TEXT,
+  助忆词 TEXT,
+  地址 TEXT,
+  属性 INTEGER NOT NULL DEFAULT 0,
+  类型ID INTEGER,
+  销售员ID INTEGER,
+  是否明细 INTEGER NOT NULL DEFAULT 1,
+  是否停用 INTEGER NOT NULL DEFAULT 0
+);
+INSERT INTO KMDWLDW (往来ID, 公司编号, 公司名称, 助忆词, 地址, 属性, 类型ID, 销售员ID, 是否明细, 是否停用) VALUES
+  (1, 'C001', '华美贸易', 'HMMY', '上海市', 2, 7, 2, 1, 0),
+  (2, 'C002', '宏达电子', 'HDDZ', '深圳市', 2, 7, 2, 1, 0),
+  (3, 'C003', '远洋进出口', 'YYJCK', '香港', 2, 8, 3, 1, 0),
+  (4, 'S001', '宝钢供应', 'BGGY', '上海市', 1, 3, 0, 1, 0);
+
+-- A partner with the code of its contact type.
+CREATE VIEW vtKMDWLDW AS
+  SELECT w.*, t.编码 AS 类型编码
+  FROM KMDWLDW w LEFT JOIN kmdlxlx t ON t.联系类型ID = w.类型ID;
+
+-- Process operations, filed under process categories (KMDSRLB).
+CREATE TABLE KMDsr (
+  工艺ID INTEGER PRIMARY KEY,
+  编号 TEXT,
+  工艺名称 TEXT,
+  车间ID INTEGER,
+  类别ID INTEGER
+);
+INSERT INTO KMDsr (工艺ID, 编号, 工艺名称, 车间ID, 类别ID) VALUES
+  (1, 'GX01', '粗车外圆', 10, 3),
+  (2, 'GX02', '整机装配', 10, 7);
+
+-- Company organisation; 组织类型 1 management, 2 warehouse, 3 workshop, 4 other. The unit 0203
+-- has no kind.
+CREATE TABLE kmdbm (
+  部门ID INTEGER PRIMARY KEY,
+  部门编码 TEXT,
+  部门名称 TEXT,
+  英文名称 TEXT,
+  是否明细 INTEGER NOT NULL DEFAULT 1,
+  级次 INTEGER,
+  是否使用 INTEGER NOT NULL DEFAULT 1,
+  是否存放物品 INTEGER NOT NULL DEFAULT 0,
+  是否参与生产 INTEGER NOT NULL DEFAULT 0,
+  是否参与采购 INTEGER NOT NULL DEFAULT 0,
+  是否参与销售 INTEGER NOT NULL DEFAULT 0,
+  组织类型 INTEGER,
+  属性 INTEGER NOT NULL DEFAULT 0,
+  是否允许负库存 INTEGER NOT NULL DEFAULT 0,
+  是否与产品连接 INTEGER NOT NULL DEFAULT 0,
+  不参与物料运算 INTEGER NOT NULL DEFAULT 0,
+  是否系统 INTEGER NOT NULL DEFAULT 0
+);
+INSERT INTO kmdbm (部门ID, 部门编码, 部门名称, 英文名称, 是否明细, 级次, 是否使用, 是否存放物品, 是否参与生产,
+                   是否参与采购, 是否参与销售, 组织类型, 属性, 是否允许负库存, 是否与产品连接, 不参与物料运算, 是否系统) VALUES
+  (1, '01', '总经理办公室', 'General Office', 1, 1, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1),
+  (2, '02', '财务部', 'Finance', 0, 1, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0),
+  (3, '0201', '会计科', 'Accounting', 0, 2, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0),
+  (4, '020101', '总账组', 'Ledger', 1, 3, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0),
+  (5, '020102', '出纳组', 'Cashier', 1, 3, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0),
+  (6, '0202', '审计科', 'Audit', 1, 2, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0),
+  (7, '03', '原料仓', 'Material Store', 1, 1, 1, 1, 0, 1, 0, 2, 1, 0, 1, 0, 0),
+  (8, '04', '成品仓', 'Goods Store', 1, 1, 1, 1, 0, 0, 1, 2, 2, 1, 1, 0, 0),
+  (9, '05', '一车间', 'Workshop 1', 0, 1, 1, 0, 1, 0, 0, 3, 0, 0, 0, 0, 0),
+  (10, '0501', '机加工组', 'Machining', 1, 2, 1, 0, 1, 0, 0, 3, 0, 0, 0, 0, 0),
+  (11, '06', '外协加工点', 'Subcontractor', 1, 1, 1, 0, 1, 0, 0, 4, 0, 0, 0, 1, 0),
+  (12, '0901', '驻外办事处', 'Branch Office', 1, 2, 1, 0, 0, 0, 1, 4, 0, 0, 0, 0, 0),
+  (13, '0203', '临时小组', '', 1, 2, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+
+-- Warehouse attributes offered to the organisation form.
+INSERT INTO xt_billattribute (ProgID, attribute, code, caption, text) VALUES
+  ('200003', '仓库属性', '01', '普通仓', '1'),
+  ('200003', '仓库属性', '02', '成品仓', '2'),
+  ('200003', '仓库属性', '03', '废品仓', '3');
+
+-- Employees: the cashier in 020102 and the manager in 01.
+CREATE TABLE KMDGY (
+  雇员ID INTEGER PRIMARY KEY,
+  雇员编号 TEXT,
+  姓名 TEXT,
+  部门ID INTEGER
+);
+INSERT INTO KMDGY (雇员ID, 雇员编号, 姓名, 部门ID) VALUES
+  (1, 'E001', '张伟', 5),
+  (2, 'E002', '李娜', 1);
+
+-- Stock documents: a transfer from the material store (line) to the goods store (head).
+CREATE TABLE JXCDJ (
+  单据ID INTEGER PRIMARY KEY,
+  单据编号 TEXT,
+  部门ID INTEGER,
+  仓库ID INTEGER,
+  原仓库ID INTEGER
+);
+INSERT INTO JXCDJ (单据ID, 单据编号, 部门ID, 仓库ID, 原仓库ID) VALUES
+  (1, 'DB0001', NULL, 8, NULL);
+
+CREATE TABLE JXCDJMX (
+  明细ID INTEGER PRIMARY KEY,
+  单据ID INTEGER,
+  产品ID INTEGER,
+  仓库ID INTEGER,
+  原仓库ID INTEGER
+);
+INSERT INTO JXCDJMX (明细ID, 单据ID, 产品ID, 仓库ID, 原仓库ID) VALUES
+  (1, 1, 1, NULL, 7);

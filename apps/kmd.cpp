@@ -13,6 +13,7 @@
 #include "host/ScriptHost.h"
 #include "host/Setup.h"
 #include "apps/PackCommands.h"
+#include "apps/SettingCommands.h"
 
 namespace {
 
@@ -50,8 +51,10 @@ int main(int argc, char** argv) {
   run->add_option("--user", user, "The user's name");
 
   kmd::apps::AddPackCommands(app);
+  kmd::apps::AddSettingCommands(app);
   CLI11_PARSE(app, argc, argv);
   if (int packed = kmd::apps::RunPackCommands(); packed >= 0) return packed;
+  if (int set = kmd::apps::RunSettingCommands(); set >= 0) return set;
 
   try {
     if (init->parsed()) {

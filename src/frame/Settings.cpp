@@ -13,8 +13,10 @@ bool IsSwitchOn(const std::string& value) { return text::Val(value) == 1; }
 
 ProgramRow ReadProgram(db::IDatabase& database, int32_t programId) {
   ProgramRow row;
-  auto rs = database.CreateCommand(
-                        "select progName,progCommandLine from xt_objects where ProgID=" + std::to_string(programId), 1)
+  auto rs = database
+                .CreateCommand("SELECT progName,progCommandLine From xt_objects Where ProgID =" +
+                                   std::to_string(programId),
+                               1)
                 ->OpenRecordset();
   if (!rs->Eof()) {
     row.Found = true;
@@ -22,6 +24,7 @@ ProgramRow ReadProgram(db::IDatabase& database, int32_t programId) {
     row.CommandLine.Parse(rs->Fields("progCommandLine").ToText());
   }
   rs->Close();
+  database.ResetState();
   return row;
 }
 

@@ -7,6 +7,8 @@
 #include "base/RuntimeError.h"
 #include "base/Text.h"
 #include "frame/FormContext.h"
+#include "view/Grid.h"
+#include "view/ListView.h"
 #include "view/TreeView.h"
 #include "view/Widgets.h"
 
@@ -178,14 +180,45 @@ namespace {
 
 bool TypeIs(const view::Control& c, const char* name) { return text::EqualsNoCase(c.TypeName(), name); }
 
+// Runs one step of a walk; a failing step leaves its control as it is and the walk goes on.
+template <class F>
+void Step(F&& f) {
+  try {
+    f();
+  } catch (const std::exception&) {
+  }
+}
+
+void LoadTree(IStatusStore& store, view::TreeView& tv, const std::string& key) {
+  std::string wanted = store.ReadString(kSection, key, "");
+  if (wanted.empty()) return;
+  wanted = text::UCase(wanted);
+  for (const auto& node : tv.AllNodes()) {
+    if (text::UCase(node->Text) != wanted) continue;
+    tv.SetSelectedItem(node);
+    node->EnsureVisible();
+    return;
+  }
+}
+
+void LoadList(IStatusStore& store, view::ListView& lv, const std::string& key) {
+  std::string wanted = store.ReadString(kSection, key, "");
+  if (wanted.empty()) return;
+  double index = text::Val(wanted);
+  for (const auto& item : lv.Items()) {
+    if (item->Index != index) continue;
+    lv.SetSelectedItem(item);
+    lv.EnsureVisible(item);
+    return;
+  }
+}
+
 void LoadControl(IStatusStore& store, view::Control& c) {
   const std::string key = StatusKey(c);
   if (TypeIs(c, "qnTxt_S")) {
     auto& f = dynamic_cast<view::TextField&>(c);
-    std::string value = text::Trim(store.ReadString(kSection, key + "_Value", f.GetValue().ToText()));
-    std::string shown = text::Trim(store.ReadString(kSection, key + "_Text", f.Text()));
-    f.SetValue(Value(value));
-    f.SetText(shown);
+    Step([&] { f.SetValue(Value(text::Trim(store.ReadString(kSection, key + "_Value", f.GetValue().ToText())))); });
+    Step([&] { f.SetText(text::Trim(store.ReadString(kSection, key + "_Text", f.Text()))); });
   } else if (TypeIs(c, "CheckBox")) {
     auto& ch = dynamic_cast<view::CheckBox&>(c);
     ch.SetValue(store.ReadInteger(kSection, key, std::to_string(ch.GetValue())));
@@ -198,27 +231,29 @@ void LoadControl(IStatusStore& store, view::Control& c) {
   } else if (TypeIs(c, "OptionButton")) {
     auto& o = dynamic_cast<view::OptionButton&>(c);
     o.SetValue(store.ReadBoolean(kSection, key, o.GetValue()));
+  } else if (TypeIs(c, "DTPicker") || TypeIs(c, "gcDTP")) {
+    auto& d = dynamic_cast<view::DatePicker&>(c);
+    d.SetValue(Value(store.ReadString(kSection, key, d.GetValue().ToText())));
   } else if (TypeIs(c, "TreeView")) {
-    auto& tv = dynamic_cast<view::TreeView&>(c);
-    std::string wanted = store.ReadString(kSection, key, "");
-    if (wanted.empty()) return;
-    wanted = text::UCase(wanted);
-    for (const auto& node : tv.AllNodes()) {
-      if (text::UCase(node->Text) != wanted) continue;
-      node->SetSelected(true);
-      node->EnsureVisible();
-      return;
-    }
+    LoadTree(store, dynamic_cast<view::TreeView&>(c), key);
+  } else if (TypeIs(c, "ListView")) {
+    LoadList(store, dynamic_cast<view::ListView&>(c), key);
+  } else if (TypeIs(c, "qnGrid")) {
+    // Column 0 keeps its designed width; each column stands alone.
+    auto& g = dynamic_cast<view::Grid&>(c);
+    for (int n = 1; n < g.Cols(); ++n)
+      Step([&] {
+        g.SetColWidth(n, store.ReadInteger(kSection, key + "_Col" + std::to_string(n), std::to_string(g.ColWidth(n))));
+      });
   }
-  // Date pickers, list views and grids join here with the controls of their own.
 }
 
 void SaveControl(IStatusStore& store, view::Control& c) {
   const std::string key = StatusKey(c);
   if (TypeIs(c, "qnTxt_S")) {
     auto& f = dynamic_cast<view::TextField&>(c);
-    store.WriteString(kSection, key + "_Value", text::Trim(f.GetValue().ToText()));
-    store.WriteString(kSection, key + "_Text", text::Trim(f.Text()));
+    Step([&] { store.WriteString(kSection, key + "_Value", text::Trim(f.GetValue().ToText())); });
+    Step([&] { store.WriteString(kSection, key + "_Text", text::Trim(f.Text())); });
   } else if (TypeIs(c, "CheckBox")) {
     store.WriteInteger(kSection, key, static_cast<int16_t>(dynamic_cast<view::CheckBox&>(c).GetValue()));
   } else if (TypeIs(c, "TextBox")) {
@@ -227,9 +262,18 @@ void SaveControl(IStatusStore& store, view::Control& c) {
     store.WriteString(kSection, key, text::Trim(dynamic_cast<view::ComboBox&>(c).Text()));
   } else if (TypeIs(c, "OptionButton")) {
     store.WriteBoolean(kSection, key, dynamic_cast<view::OptionButton&>(c).GetValue());
+  } else if (TypeIs(c, "DTPicker") || TypeIs(c, "gcDTP")) {
+    store.WriteString(kSection, key, dynamic_cast<view::DatePicker&>(c).GetValue().ToText());
   } else if (TypeIs(c, "TreeView")) {
     auto node = dynamic_cast<view::TreeView&>(c).SelectedItem();
     if (node) store.WriteString(kSection, key, node->Text);
+  } else if (TypeIs(c, "ListView")) {
+    auto item = dynamic_cast<view::ListView&>(c).SelectedItem();
+    if (item) store.WriteInteger(kSection, key, static_cast<int16_t>(item->Index));
+  } else if (TypeIs(c, "qnGrid")) {
+    auto& g = dynamic_cast<view::Grid&>(c);
+    for (int n = 1; n < g.Cols(); ++n)
+      Step([&] { store.WriteString(kSection, key + "_Col" + std::to_string(n), std::to_string(g.ColWidth(n))); });
   }
 }
 
@@ -241,12 +285,7 @@ void GetStatus(view::Controls& controls, const std::string& path, bool) {
     store.Open(path);
   } catch (const std::exception&) {
   }
-  for (const auto& c : controls) {
-    try {
-      LoadControl(store, *c);
-    } catch (const std::exception&) {
-    }
-  }
+  for (const auto& c : controls) Step([&] { LoadControl(store, *c); });
 }
 
 void SaveStatus(view::Controls& controls, const std::string& path, bool) {
@@ -255,12 +294,7 @@ void SaveStatus(view::Controls& controls, const std::string& path, bool) {
     store.Open(path);
   } catch (const std::exception&) {
   }
-  for (const auto& c : controls) {
-    try {
-      SaveControl(store, *c);
-    } catch (const std::exception&) {
-    }
-  }
+  for (const auto& c : controls) Step([&] { SaveControl(store, *c); });
 }
 
 }  // namespace kmd

@@ -27,11 +27,18 @@ std::pair<std::string, std::string> SplitWord(const std::string& s) {
 
 }  // namespace
 
-ScriptHost::ScriptHost(std::shared_ptr<Context> context, std::ostream& out, std::ostream& err)
-    : m_Context(std::move(context)), m_Out(out), m_Err(err) {}
+ScriptHost::ScriptHost(std::shared_ptr<Context> context, std::ostream& out, std::ostream& err,
+                       const FormRegistry* forms)
+    : m_Context(std::move(context)), m_Out(out), m_Err(err), m_Forms(forms ? forms : &AllForms()) {
+  if (!m_Context) return;
+  m_Context->SetWindows(this, [this](const LookupWindow& window, const db::Recordset& rows,
+                                     const std::string& textColumn) { return Browse(window, rows, textColumn); });
+}
 
 ScriptHost::~ScriptHost() {
-  if (m_Context) m_Context->GetDatabase()->SetTrace(nullptr);
+  if (!m_Context) return;
+  m_Context->SetWindows(nullptr, nullptr);
+  m_Context->GetDatabase()->SetTrace(nullptr);
 }
 
 int ScriptHost::Run(std::istream& script, const std::string& name) {
@@ -44,6 +51,8 @@ int ScriptHost::Run(std::istream& script, const std::string& name) {
     if (trimmed.empty() || trimmed[0] == '#') continue;
     m_Out << "> " << line << "\n";
     try {
+      // A browse window waits for the answer line; any other line cancels it first.
+      if (m_PendingBrowse && text::LTrim(line).rfind("answer ", 0) != 0) RunPendingBrowse();
       Execute(line);
     } catch (const ScriptError& e) {
       m_Out.flush();
@@ -51,6 +60,7 @@ int ScriptHost::Run(std::istream& script, const std::string& name) {
       return 2;
     }
   }
+  RunPendingBrowse();
   m_Out.flush();
   return 0;
 }
@@ -77,7 +87,7 @@ void ScriptHost::Execute(const std::string& line) {
     in >> m_ProgramId >> m_RecordId;
     // A later open releases the earlier form without any call on it.
     m_Form.reset();
-    m_Form = AllForms().Create(cls, *this);
+    m_Form = m_Forms->Create(cls, *this);
     if (!m_Form) throw ScriptError{"unknown form class " + cls};
     m_Form->SetEventSink(this);
   } else if (cmd == "type") {
@@ -91,6 +101,19 @@ void ScriptHost::Execute(const std::string& line) {
     auto* f = dynamic_cast<view::TextField*>(&ControlNamed(text::Trim(rest)));
     if (!f) throw ScriptError{"cannot leave " + rest};
     CurrentForm().Run([&] { f->UserLeave(); });
+  } else if (cmd == "lookup" || cmd == "browse") {
+    auto [name, textTyped] = SplitWord(cmd == "browse" ? text::Trim(rest) : rest);
+    auto* f = dynamic_cast<view::TextField*>(&ControlNamed(name));
+    if (!f || !f->GetReference().IsReference) throw ScriptError{"no reference field " + name};
+    if (cmd == "lookup") {
+      CurrentForm().Run([&] {
+        f->UserType(textTyped);
+        f->UserLeave();
+      });
+    } else {
+      m_PendingBrowse = f;
+      if (!m_Answers.empty()) RunPendingBrowse();
+    }
   } else if (cmd == "click") {
     auto& c = ControlNamed(text::Trim(rest));
     if (auto* o = dynamic_cast<view::OptionButton*>(&c)) CurrentForm().Run([&] { o->UserClick(); });
@@ -106,6 +129,7 @@ void ScriptHost::Execute(const std::string& line) {
     CurrentForm().Run([&] { tree->UserClick(node); });
   } else if (cmd == "answer") {
     m_Answers.push_back(rest);
+    RunPendingBrowse();
   } else if (cmd == "trace") {
     std::string mode = text::Trim(rest);
     if (mode == "on") m_Context->GetDatabase()->SetTrace([this](const std::string& sql) { m_Out << "sql " << sql << "\n"; });
@@ -243,6 +267,28 @@ std::string ScriptHost::TakeAnswer() {
   std::string a = text::Trim(m_Answers.front());
   m_Answers.pop_front();
   return a;
+}
+
+void ScriptHost::RunPendingBrowse() {
+  view::TextField* f = m_PendingBrowse;
+  m_PendingBrowse = nullptr;
+  if (f && m_Form) CurrentForm().Run([&] { f->UserBrowse(); });
+}
+
+int ScriptHost::Browse(const LookupWindow& window, const db::Recordset& rows, const std::string& textColumn) {
+  std::string wanted = m_Answers.empty() ? "Cancel" : TakeAnswer();
+  int shownAt = rows.ColumnIndex(textColumn);
+  int codeAt = rows.ColumnIndex(window.CodeColumn);
+  auto cell = [&](const db::Row& row, int at) { return at < 0 ? std::string() : row[static_cast<size_t>(at)].ToText(); };
+  int picked = -1;
+  for (size_t i = 0; i < rows.Rows().size() && picked < 0; ++i) {
+    const auto& row = rows.Rows()[i];
+    if ((shownAt >= 0 && cell(row, shownAt) == wanted) || (codeAt >= 0 && cell(row, codeAt) == wanted))
+      picked = static_cast<int>(i);
+  }
+  std::string shown = picked < 0 ? "Cancel" : cell(rows.Rows()[static_cast<size_t>(picked)], shownAt);
+  m_Out << "browse " << window.Key << " -> " << shown << "\n";
+  return picked;
 }
 
 int ScriptHost::MsgBox(const std::string& text, int style, const std::string& title) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "frame/FormGuard.h"
+#include "frame/FormRegistry.h"
 #include "host/Context.h"
 #include "view/Platform.h"
 
@@ -14,9 +15,16 @@ namespace kmd::host {
 // The automation host behind `kmd run`: one command a line, a transcript on `out`.
 // A script error (unknown command or control) stops the run with exit status 2; otherwise the
 // status is 0, whatever the forms answered.
+// Reference fields: `lookup <control> <text>` types the text and leaves the field; `browse
+// <control>` opens the field's browse window, which takes the row whose shown text or code equals
+// the next answer (queued before, or given by the `answer` line right after), and prints
+// `browse <key> -> <shown text>` (`-> Cancel` when no row is taken).
 class ScriptHost : public view::Platform, public IFormEvents {
  public:
-  ScriptHost(std::shared_ptr<Context> context, std::ostream& out, std::ostream& err);
+  // Forms are created from `forms`, or from every form of the library when it is null. The
+  // context's boxes and browse windows show through this host while it lives.
+  ScriptHost(std::shared_ptr<Context> context, std::ostream& out, std::ostream& err,
+             const FormRegistry* forms = nullptr);
   ~ScriptHost() override;
 
   // Runs the script; `name` names it in error messages.
@@ -47,6 +55,10 @@ class ScriptHost : public view::Platform, public IFormEvents {
   view::Control& ControlNamed(const std::string& name);
   FormGuard& CurrentForm();
   std::string TakeAnswer();
+  // The browse window of a lookup key: picks a row by the next answer.
+  int Browse(const LookupWindow& window, const db::Recordset& rows, const std::string& textColumn);
+  // Runs the browse that waits for its answer, if any.
+  void RunPendingBrowse();
 
   std::shared_ptr<Context> m_Context;
   std::ostream& m_Out;
@@ -55,6 +67,8 @@ class ScriptHost : public view::Platform, public IFormEvents {
   int32_t m_ProgramId = 0;
   int32_t m_RecordId = 0;
   std::deque<std::string> m_Answers;
+  const FormRegistry* m_Forms = nullptr;
+  view::TextField* m_PendingBrowse = nullptr;
 };
 
 }  // namespace kmd::host

@@ -71,6 +71,12 @@ void CheckBox::UserClick() {
   if (Click) Click();
 }
 
+void DatePicker::UserPick(const std::string& date) {
+  if (!Enabled()) return;
+  m_Value = Value(date);
+  if (Change) Change();
+}
+
 void ComboBox::UserType(const std::string& text) {
   if (!Enabled()) return;
   m_Text = text;

@@ -158,6 +158,22 @@ class ComboBox : public Control {
   std::string m_Text;
 };
 
+// A date picker (DTPicker, or gcDTP where a form uses that one): its Value is the date as text,
+// or Null when the picker allows no date. The user's choice raises Change.
+class DatePicker : public Control {
+ public:
+  DatePicker(std::string name, int index = -1, std::string typeName = "DTPicker")
+      : Control(std::move(typeName), std::move(name), index) {}
+  const Value& GetValue() const { return m_Value; }
+  void SetValue(Value v) { m_Value = std::move(v); }
+  std::function<void()> Change;
+  void UserPick(const std::string& date);
+  std::string ShownText() const override { return m_Value.ToText(); }
+
+ private:
+  Value m_Value;
+};
+
 class Button : public Control {
  public:
   Button(std::string name, int index = -1, std::string caption = "")

@@ -1,0 +1,55 @@
+#pragma once
+// Shared helpers of the frame tests: a scratch folder and a context that only knows its user,
+// its options and its database.
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "frame/FormContext.h"
+
+namespace kmd::testing_frame {
+
+namespace fs = std::filesystem;
+
+inline fs::path ScratchDir(const std::string& name) {
+  fs::path dir = fs::temp_directory_path() / ("kmd_frame_" + name + "_" + std::to_string(::getpid()));
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  return dir;
+}
+
+inline std::string ReadFile(const fs::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  std::ostringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+inline void WriteFile(const fs::path& p, const std::string& content) {
+  std::ofstream out(p, std::ios::binary);
+  out << content;
+}
+
+class FakeContext : public IFormContext {
+ public:
+  std::shared_ptr<db::IDatabase> database;
+  std::map<std::string, std::string> options;  // "module/key"
+  IUserInfo user;
+
+  std::shared_ptr<db::IDatabase> Database() override { return database; }
+  IProgramRights ProgramRights(int32_t) override { return {}; }
+  ISetting Option(int32_t module, const Value& key) override {
+    auto it = options.find(std::to_string(module) + "/" + key.ToText());
+    return {it == options.end() ? "" : it->second};
+  }
+  ISetting Parameter(int32_t, const Value&) override { return {}; }
+  void LookupBrowse(view::TextField&, const std::string&) override {}
+  void LookupCheck(view::TextField&, const Value&) override {}
+  IUserInfo User() override { return user; }
+  ISubsystem Subsystem(const std::string&, int32_t) override { return {}; }
+};
+
+}  // namespace kmd::testing_frame

@@ -14,6 +14,7 @@
 #include "host/Setup.h"
 #include "apps/PackCommands.h"
 #include "apps/SettingCommands.h"
+#include "apps/ServeCommands.h"
 
 namespace {
 
@@ -52,9 +53,11 @@ int main(int argc, char** argv) {
 
   kmd::apps::AddPackCommands(app);
   kmd::apps::AddSettingCommands(app);
+  kmd::apps::AddServeCommands(app, home, user);
   CLI11_PARSE(app, argc, argv);
   if (int packed = kmd::apps::RunPackCommands(); packed >= 0) return packed;
   if (int set = kmd::apps::RunSettingCommands(); set >= 0) return set;
+  if (int served = kmd::apps::RunServeCommands(); served >= 0) return served;
 
   try {
     if (init->parsed()) {

@@ -1,0 +1,82 @@
+#pragma once
+#include <chrono>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "frame/FormRegistry.h"
+#include "host/WebWindow.h"
+
+namespace httplib {
+class Server;
+}
+
+namespace kmd::host {
+
+struct WebRequest {
+  std::string method;  // "GET", "POST", "DELETE"
+  std::string path;    // "/api/windows/3/action"
+  std::map<std::string, std::string> query;
+  std::string body;
+};
+
+// The browser host behind `kmd serve`: the page (built into the program) and its JSON API.
+//   GET  /api/info                      user and database
+//   GET  /api/forms                     the forms: class, title, subsystem
+//   GET  /api/windows                   the open windows
+//   POST /api/windows                   {"class": "JLDW"[, "program": id]} opens a window
+//   GET  /api/windows/ID?first=&count=  its view model with those tree rows
+//   POST /api/windows/ID/action         a user action (see PerformAction), {"rows": [first, count]}
+//   POST /api/windows/ID/answer         {"dialog": n, "answer": ...}
+//   POST /api/windows/ID/close          DoSaveFormStatus and Clear (also DELETE /api/windows/ID)
+//   GET  /api/journal?since=T&limit=N   the journal lines
+// A refused request answers 4xx with {"error": "..."} and changes nothing.
+class WebHost {
+ public:
+  struct Options {
+    std::string database;
+    IUserInfo user;
+    std::chrono::milliseconds wait{std::chrono::seconds(15)};
+  };
+  explicit WebHost(Options options, const FormRegistry* forms = nullptr);
+  // Closes every open window.
+  ~WebHost();
+  WebHost(const WebHost&) = delete;
+  WebHost& operator=(const WebHost&) = delete;
+
+  // The API without HTTP.
+  WebReply Handle(const WebRequest& request);
+  size_t WindowCount() const;
+  // Closes every open window (DoSaveFormStatus and Clear).
+  void CloseAll();
+
+  // Binds the address; port 0 takes a free port. Gives the port, or -1 when it cannot bind.
+  int Bind(const std::string& address, int port);
+  // Serves the page and the API until Stop. Requires: Bind succeeded.
+  void Serve();
+  void Stop();
+
+ private:
+  WebReply OpenWindow(const nlohmann::json& body);
+  WebReply ForWindow(const std::string& idText, const std::string& verb, const WebRequest& request);
+  WebReply Journal(const WebRequest& request);
+  std::shared_ptr<WebWindow> Find(int id) const;
+
+  Options m_Options;
+  const FormRegistry& m_Forms;
+  mutable std::mutex m_Mutex;
+  std::map<int, std::shared_ptr<WebWindow>> m_Windows;
+  int m_NextId = 1;
+  std::unique_ptr<httplib::Server> m_Server;
+};
+
+// The page's files, built into the program: name ("index.html") and content.
+struct WebAsset {
+  const char* name;
+  const char* content;
+  size_t size;
+};
+const std::vector<WebAsset>& WebAssets();
+
+}  // namespace kmd::host

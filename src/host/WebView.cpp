@@ -1,0 +1,288 @@
+#include "host/WebView.h"
+
+#include <algorithm>
+#include <map>
+
+#include "base/Text.h"
+#include "view/Grid.h"
+#include "view/ListView.h"
+#include "view/TreeView.h"
+#include "view/Widgets.h"
+
+namespace kmd::host {
+
+using nlohmann::json;
+
+namespace {
+
+// "#RRGGBB" of a colour number (BBGGRR in its bytes); a system colour (negative) shows as the
+// grey of a button face.
+std::string CssColour(int32_t colour) {
+  if (colour < 0) return "#f0f0f0";
+  static const char* hex = "0123456789abcdef";
+  auto u = static_cast<uint32_t>(colour);
+  std::string s = "#";
+  for (int shift : {0, 8, 16}) {
+    unsigned byte = (u >> shift) & 0xFF;
+    s += hex[byte >> 4];
+    s += hex[byte & 0xF];
+  }
+  return s;
+}
+
+int Depth(const view::NodePtr& node) {
+  int depth = 0;
+  for (auto p = node->Parent(); p; p = p->Parent()) ++depth;
+  return depth;
+}
+
+json TreeModel(view::TreeView& tree, const RowRange& range) {
+  auto rows = tree.ViewableRows();
+  json out = {{"count", rows.size()}, {"first", range.first}, {"selected", -1}, {"rows", json::array()}};
+  if (auto sel = tree.SelectedItem()) {
+    out["selectedKey"] = sel->Key();
+    auto it = std::find(rows.begin(), rows.end(), sel);
+    if (it != rows.end()) out["selected"] = it - rows.begin();
+  }
+  size_t first = static_cast<size_t>(std::max(0, range.first));
+  size_t last = std::min(rows.size(), first + static_cast<size_t>(std::clamp(range.count, 0, RowRange::kMaxCount)));
+  for (size_t i = first; i < last; ++i) {
+    const auto& n = rows[i];
+    json row = {{"key", n->Key()}, {"text", n->Text}, {"depth", Depth(n)}, {"children", n->Children()},
+                {"expanded", n->Expanded()}, {"image", n->Image.ToText()}};
+    if (n->Bold) row["bold"] = true;
+    if (n->Cut) row["cut"] = true;
+    out["rows"].push_back(std::move(row));
+  }
+  return out;
+}
+
+json ListModel(const view::ListView& list) {
+  json items = json::array();
+  for (const auto& item : list.Items()) {
+    json cells = json::array({item->Text});
+    for (const auto& s : item->SubItems) cells.push_back(s);
+    items.push_back({{"key", item->Key}, {"cells", cells}, {"selected", item == list.SelectedItem()}});
+  }
+  return {{"columns", list.ColumnHeaders}, {"items", items}};
+}
+
+json GridModel(const view::Grid& grid) {
+  json cells = json::array();
+  for (int r = 0; r < grid.Rows(); ++r) {
+    json row = json::array();
+    for (int c = 0; c < grid.Cols(); ++c) row.push_back(grid.TextMatrix(r, c));
+    cells.push_back(std::move(row));
+  }
+  json widths = json::array();
+  for (int c = 0; c < grid.Cols(); ++c) widths.push_back(grid.ColWidth(c));
+  return {{"fixedRows", grid.FixedRows}, {"fixedCols", grid.FixedCols}, {"cells", cells}, {"widths", widths}};
+}
+
+json ControlModel(view::Control& c, const RowRange& rows) {
+  json m = {{"name", c.DisplayName()}, {"type", c.TypeName()}, {"enabled", c.Enabled()},
+            {"visible", c.Visible()}, {"focus", c.HasFocus()}};
+  if (auto* f = dynamic_cast<view::TextField*>(&c)) {
+    m.update({{"kind", "text"}, {"caption", f->Caption()}, {"text", f->Text()}, {"maxLength", f->MaxLength},
+              {"reference", f->GetReference().IsReference}});
+  } else if (auto* t = dynamic_cast<view::TextBox*>(&c)) {
+    m.update({{"kind", "textbox"}, {"text", t->Text()}});
+  } else if (auto* l = dynamic_cast<view::Label*>(&c)) {
+    m.update({{"kind", "label"}, {"caption", l->Caption()}});
+  } else if (auto* o = dynamic_cast<view::OptionButton*>(&c)) {
+    m.update({{"kind", "option"}, {"caption", o->Caption()}, {"value", o->GetValue()}, {"group", o->Group()}});
+  } else if (auto* ch = dynamic_cast<view::CheckBox*>(&c)) {
+    m.update({{"kind", "check"}, {"caption", ch->Caption()}, {"value", ch->GetValue()}});
+  } else if (auto* cb = dynamic_cast<view::ComboBox*>(&c)) {
+    m.update({{"kind", "combo"}, {"text", cb->Text()}, {"items", cb->Items}});
+  } else if (auto* d = dynamic_cast<view::DatePicker*>(&c)) {
+    m.update({{"kind", "date"}, {"text", d->GetValue().ToText()}});
+  } else if (auto* b = dynamic_cast<view::Button*>(&c)) {
+    m.update({{"kind", "button"}, {"caption", b->Caption()}});
+  } else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) {
+    m.update({{"kind", "picture"}, {"color", CssColour(p->BackColor)}});
+  } else if (auto* tv = dynamic_cast<view::TreeView*>(&c)) {
+    m.update({{"kind", "tree"}, {"tree", TreeModel(*tv, rows)}});
+  } else if (auto* lv = dynamic_cast<view::ListView*>(&c)) {
+    m.update({{"kind", "list"}, {"list", ListModel(*lv)}});
+  } else if (auto* g = dynamic_cast<view::Grid*>(&c)) {
+    m.update({{"kind", "grid"}, {"grid", GridModel(*g)}});
+  } else {
+    m.update({{"kind", "other"}, {"text", c.ShownText()}});
+  }
+  return m;
+}
+
+bool IsField(const view::Control& c) {
+  return dynamic_cast<const view::TextField*>(&c) || dynamic_cast<const view::TextBox*>(&c) ||
+         dynamic_cast<const view::ComboBox*>(&c) || dynamic_cast<const view::CheckBox*>(&c);
+}
+
+// The edit state as the fields and the tree tell it: Browse allows the record commands, New and
+// Edit only saving and cancelling.
+json Toolbar(FormGuard& form) {
+  bool editing = false;
+  if (auto* tree = form.Inner().Tree()) {
+    editing = !tree->Enabled();
+  } else {
+    for (const auto& c : form.Controls())
+      if (IsField(*c) && c->Enabled()) editing = true;
+  }
+  json t;
+  for (const char* browse : {"FileNew", "FileEdit", "FileDelete", "Find", "FindNext", "Refresh", "RecordPrevious",
+                             "RecordNext", "PrintPreview"})
+    t[browse] = !editing;
+  for (const char* edit : {"FileSave", "FileCancel", "FileNewNext"}) t[edit] = editing;
+  return t;
+}
+
+}  // namespace
+
+json ViewModel(FormGuard& form, const RowRange& rows) {
+  json controls = json::array();
+  for (const auto& c : form.Controls()) controls.push_back(ControlModel(*c, rows));
+  auto* tree = form.Inner().Tree();
+  auto* focused = form.Controls().Focused();
+  return {{"controls", controls},
+          {"tree", tree ? json(tree->DisplayName()) : json()},
+          {"focus", focused && focused->HasFocus() ? json(focused->DisplayName()) : json()},
+          {"toolbar", Toolbar(form)}};
+}
+
+namespace {
+
+[[noreturn]] void Refuse(int status, const std::string& message) { throw ActionError{status, message}; }
+
+std::string Text(const json& action, const char* key) {
+  auto it = action.find(key);
+  if (it == action.end() || !it->is_string()) Refuse(400, std::string("the action needs a text \"") + key + "\"");
+  return it->get<std::string>();
+}
+
+view::Control& ControlOf(FormGuard& form, const json& action) {
+  std::string name = Text(action, "control");
+  auto* c = form.Controls().FindByDisplayName(name);
+  if (!c) Refuse(404, "the form has no control " + name);
+  return *c;
+}
+
+template <class T>
+T& Expect(view::Control& c, const std::string& kind) {
+  auto* t = dynamic_cast<T*>(&c);
+  if (!t) Refuse(400, "cannot " + kind + " " + c.DisplayName());
+  return *t;
+}
+
+// Typing, clicking and picking act only on a control the user can reach.
+void RequireEnabled(const view::Control& c) {
+  if (!c.Enabled() || !c.Visible()) Refuse(409, c.DisplayName() + " is locked");
+}
+
+view::NodePtr NodeOf(view::TreeView& tree, const json& action) {
+  std::string key = Text(action, "key");
+  auto node = tree.FindKey(key);
+  if (!node) Refuse(404, "no node has the key " + key);
+  return node;
+}
+
+using Command = bool (FormGuard::*)();
+const std::map<std::string, Command>& Commands() {
+  static const std::map<std::string, Command> commands = {
+      {"FileNew", &FormGuard::FileNew},       {"FileNewNext", &FormGuard::FileNewNext},
+      {"FileEdit", &FormGuard::FileEdit},     {"FileDelete", &FormGuard::FileDelete},
+      {"FileSave", &FormGuard::FileSave},     {"FileCancel", &FormGuard::FileCancel},
+      {"FindNext", &FormGuard::FindNext},     {"Refresh", &FormGuard::Refresh},
+      {"RecordTop", &FormGuard::RecordTop},   {"RecordPrevious", &FormGuard::RecordPrevious},
+      {"RecordNext", &FormGuard::RecordNext}, {"RecordBottom", &FormGuard::RecordBottom},
+      {"Check", &FormGuard::Check},           {"UnCheck", &FormGuard::UnCheck},
+      {"PrintPreview", &FormGuard::PrintPreview}, {"DoPrint", &FormGuard::DoPrint},
+      {"PrintSetup", &FormGuard::PrintSetup}, {"Help", &FormGuard::Help},
+  };
+  return commands;
+}
+
+json RunCommand(FormGuard& form, const std::string& name) {
+  if (name == "Find") return {{"result", form.Find(Value())}};
+  auto it = Commands().find(name);
+  if (it == Commands().end()) Refuse(400, "unknown command " + name);
+  return {{"result", (form.*(it->second))()}};
+}
+
+// The next expanded row after the selection (wrapping round) whose text starts with `prefix`.
+view::NodePtr Seek(view::TreeView& tree, const std::string& prefix) {
+  auto rows = tree.ViewableRows();
+  if (rows.empty()) return nullptr;
+  size_t start = 0;
+  if (auto sel = tree.SelectedItem()) {
+    auto it = std::find(rows.begin(), rows.end(), sel);
+    // A prefix longer than one letter may still match the selected row itself.
+    if (it != rows.end()) start = static_cast<size_t>(it - rows.begin()) + (text::Len(prefix) > 1 ? 0 : 1);
+  }
+  for (size_t i = 0; i < rows.size(); ++i) {
+    const auto& n = rows[(start + i) % rows.size()];
+    if (text::StartsWithNoCase(n->Text, prefix)) return n;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+json PerformAction(FormGuard& form, const json& action) {
+  if (!action.is_object()) Refuse(400, "the action is no JSON object");
+  std::string kind = Text(action, "kind");
+  if (kind == "command") return RunCommand(form, Text(action, "command"));
+
+  auto& c = ControlOf(form, action);
+  if (kind == "focus") {
+    // Focus follows the page; a text box also hears that it was entered.
+    if (auto* t = dynamic_cast<view::TextBox*>(&c)) form.Run([&] { t->UserEnter(); });
+    else c.SetFocus();
+    return json::object();
+  }
+  RequireEnabled(c);
+  if (kind == "type") {
+    std::string typed = Text(action, "text");
+    if (auto* f = dynamic_cast<view::TextField*>(&c)) form.Run([&] { f->UserType(typed); });
+    else if (auto* t = dynamic_cast<view::TextBox*>(&c)) form.Run([&] { t->UserType(typed); });
+    else if (auto* cb = dynamic_cast<view::ComboBox*>(&c)) form.Run([&] { cb->UserType(typed); });
+    else if (auto* d = dynamic_cast<view::DatePicker*>(&c)) form.Run([&] { d->UserPick(typed); });
+    else Refuse(400, "cannot type into " + c.DisplayName());
+  } else if (kind == "leave") {
+    if (auto* f = dynamic_cast<view::TextField*>(&c)) form.Run([&] { f->UserLeave(); });
+    else if (auto* t = dynamic_cast<view::TextBox*>(&c)) form.Run([&] { t->UserLeave(); });
+  } else if (kind == "browse") {
+    auto& f = Expect<view::TextField>(c, "browse");
+    if (!f.GetReference().IsReference) Refuse(400, c.DisplayName() + " is no reference field");
+    form.Run([&] { f.UserBrowse(); });
+  } else if (kind == "click") {
+    if (auto* o = dynamic_cast<view::OptionButton*>(&c)) form.Run([&] { o->UserClick(); });
+    else if (auto* ch = dynamic_cast<view::CheckBox*>(&c)) form.Run([&] { ch->UserClick(); });
+    else if (auto* b = dynamic_cast<view::Button*>(&c)) form.Run([&] { b->UserClick(); });
+    else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) {
+      int x = action.value("x", 0), y = action.value("y", 0);
+      form.Run([&] { p->UserClick(x, y); });
+    } else {
+      Refuse(400, "cannot click " + c.DisplayName());
+    }
+  } else if (kind == "pick" && dynamic_cast<view::ListView*>(&c)) {
+    auto& list = dynamic_cast<view::ListView&>(c);
+    auto it = action.find("index");
+    if (it == action.end() || !it->is_number_integer()) Refuse(400, "the action needs a row \"index\"");
+    int index = it->get<int>();
+    if (index < 1 || index > list.Count()) Refuse(404, "the list has no row " + std::to_string(index));
+    form.Run([&] { list.UserClick(list.Item(index)); });
+  } else if (kind == "pick" || kind == "expand" || kind == "collapse") {
+    auto& tree = Expect<view::TreeView>(c, kind);
+    auto node = NodeOf(tree, action);
+    if (kind == "pick") form.Run([&] { tree.UserClick(node); });
+    else form.Run([&] { node->SetExpanded(kind == "expand"); });
+  } else if (kind == "seek") {
+    auto& tree = Expect<view::TreeView>(c, kind);
+    if (auto node = Seek(tree, Text(action, "text"))) form.Run([&] { tree.UserClick(node); });
+  } else {
+    Refuse(400, "unknown action " + kind);
+  }
+  return json::object();
+}
+
+}  // namespace kmd::host

@@ -1,0 +1,39 @@
+#pragma once
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "frame/FormGuard.h"
+
+namespace kmd::host {
+
+// The rows of a tree the page draws: `count` rows of the expanded rows from `first` on.
+struct RowRange {
+  int first = 0;
+  int count = 100;
+  static constexpr int kMaxCount = 2000;
+};
+
+// The view model of a form, which the page draws without knowing the form: every control in
+// declaration order with its type name, a kind ("text", "textbox", "label", "option", "check",
+// "combo", "date", "button", "picture", "tree", "list", "grid" or "other"), its state and its
+// content; a tree gives its number of expanded rows and the rows of `rows` with their depth; the
+// toolbar gives which commands the edit state allows.
+nlohmann::json ViewModel(FormGuard& form, const RowRange& rows);
+
+// A user action on the form's controls or a contract command, as the page sends it:
+//   {"kind": "type", "control": "qnT(0)", "text": "..."}   typing into a field (whole text)
+//   {"kind": "leave" | "focus" | "browse" | "click", "control": ...}
+//   {"kind": "pick" | "expand" | "collapse", "control": "TV", "key": "k1"}   a tree node
+//   {"kind": "pick", "control": "LV", "index": 1}          a list row (1-based)
+//   {"kind": "seek", "control": "TV", "text": "K"}         type-ahead: next row starting so
+//   {"kind": "command", "command": "FileNew"}               an operation of the contract
+// Gives {"result": ...} for a command, {} for other actions. Throws ActionError for an action
+// that names no control, a control of another kind, a locked control or an unknown command,
+// before anything is changed.
+struct ActionError {
+  int status;
+  std::string message;
+};
+nlohmann::json PerformAction(FormGuard& form, const nlohmann::json& action);
+
+}  // namespace kmd::host

@@ -1,0 +1,260 @@
+// The browser host's API, driven without a browser: form windows on their own threads, dialogs
+// that suspend the form until the page answers, refused requests, the journal, and clean closing.
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <sstream>
+#include <thread>
+
+#include "db/Connection.h"
+#include "host/Journal.h"
+#include "host/Setup.h"
+#include "host/WebHost.h"
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using kmd::host::WebHost;
+using kmd::host::WebReply;
+
+namespace {
+
+class WebHostTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    m_Dir = fs::temp_directory_path() / ("kmd_web_" + std::to_string(::getpid()));
+    fs::remove_all(m_Dir);
+    fs::create_directories(m_Dir);
+    m_Db = (m_Dir / "test.db").string();
+    kmd::host::InitDatabase(m_Db, true);
+    m_Host = std::make_unique<WebHost>(WebHost::Options{m_Db, {"tester", (m_Dir / "home").string(), ""}});
+  }
+  void TearDown() override {
+    m_Host.reset();
+    fs::remove_all(m_Dir);
+  }
+
+  // `path` may carry a query "?a=1&b=2".
+  WebReply Call(const std::string& method, std::string path, const json& body = nullptr) {
+    std::map<std::string, std::string> query;
+    if (auto q = path.find('?'); q != std::string::npos) {
+      std::istringstream pairs(path.substr(q + 1));
+      for (std::string pair; std::getline(pairs, pair, '&');)
+        query[pair.substr(0, pair.find('='))] = pair.substr(pair.find('=') + 1);
+      path.resize(q);
+    }
+    return m_Host->Handle({method, path, query, body.is_null() ? "" : body.dump()});
+  }
+  // A request that must succeed.
+  json Ok(const std::string& method, const std::string& path, const json& body = nullptr) {
+    WebReply r = Call(method, path, body);
+    EXPECT_EQ(r.status, 200) << method << " " << path << " " << body.dump() << " -> " << r.body.dump();
+    return r.body;
+  }
+  int Open(const std::string& cls) { return Ok("POST", "/api/windows", {{"class", cls}})["window"].get<int>(); }
+  json Act(int w, json action) { return Ok("POST", "/api/windows/" + std::to_string(w) + "/action", action); }
+  json Command(int w, const std::string& c) { return Act(w, {{"kind", "command"}, {"command", c}}); }
+  json Type(int w, const std::string& control, const std::string& text) {
+    return Act(w, {{"kind", "type"}, {"control", control}, {"text", text}});
+  }
+  json Answer(int w, const json& reply, const json& answer) {
+    return Ok("POST", "/api/windows/" + std::to_string(w) + "/answer", {{"dialog", reply["dialog"]["id"]}, {"answer", answer}});
+  }
+  static const json* Control(const json& reply, const std::string& name) {
+    for (const auto& c : reply["view"]["controls"])
+      if (c["name"] == name) return &c;
+    return nullptr;
+  }
+  size_t Rows(const std::string& sql) {
+    kmd::db::QueryResult r;
+    EXPECT_EQ(kmd::db::Open(m_Db)->Run(sql, {}, &r), "");
+    return r.rows.size();
+  }
+
+  fs::path m_Dir;
+  std::string m_Db;
+  std::unique_ptr<WebHost> m_Host;
+};
+
+size_t Entries(const char* dir) {
+  return static_cast<size_t>(std::distance(fs::directory_iterator(dir), fs::directory_iterator()));
+}
+
+TEST_F(WebHostTest, UnitLifeWithBoxesEventsAndJournal) {
+  int w = Open("JLDW");
+  json r = Ok("GET", "/api/windows/" + std::to_string(w) + "?first=1&count=2");
+  const json* tv = Control(r, "TV");
+  ASSERT_NE(tv, nullptr);
+  EXPECT_EQ((*tv)["tree"]["count"], 5);
+  ASSERT_EQ((*tv)["tree"]["rows"].size(), 2u);
+  EXPECT_EQ((*tv)["tree"]["rows"][0]["key"], "k4");
+  EXPECT_EQ((*tv)["tree"]["rows"][0]["depth"], 1);
+  EXPECT_EQ(r["view"]["toolbar"]["FileSave"], false);
+
+  r = Command(w, "FileNew");
+  EXPECT_EQ(r["result"], true);
+  EXPECT_EQ(r["view"]["focus"], "qnT(0)");
+  EXPECT_EQ(r["view"]["toolbar"]["FileSave"], true);
+  EXPECT_EQ(r["view"]["toolbar"]["FileNew"], false);
+  Type(w, "qnT(0)", "KG");
+  Type(w, "qnT(1)", "公斤");
+
+  // The duplicate box suspends FileSave; the form waits and refuses other work meanwhile.
+  json box = Command(w, "FileSave");
+  ASSERT_TRUE(box["dialog"].is_object()) << box.dump();
+  EXPECT_FALSE(box.contains("result"));
+  EXPECT_EQ(box["dialog"]["kind"], "msgbox");
+  EXPECT_EQ(box["dialog"]["text"], "代码(KG)重复,请检查!");
+  EXPECT_EQ(box["dialog"]["title"], "提示：");
+  EXPECT_EQ(box["dialog"]["icon"], "exclamation");
+  std::string path = "/api/windows/" + std::to_string(w);
+  EXPECT_EQ(Call("POST", path + "/action", {{"kind", "command"}, {"command", "FileCancel"}}).status, 409);
+  EXPECT_EQ(Call("POST", path + "/answer", {{"dialog", 99}, {"answer", 1}}).status, 409);
+  EXPECT_EQ(Call("POST", path + "/answer", {{"dialog", box["dialog"]["id"]}, {"answer", 6}}).status, 400);
+  EXPECT_EQ(Ok("GET", path)["dialog"], box["dialog"]);
+  r = Answer(w, box, 1);
+  EXPECT_EQ(r["result"], false);
+  EXPECT_TRUE(r["dialog"].is_null());
+  EXPECT_EQ(Call("POST", path + "/answer", {{"dialog", box["dialog"]["id"]}, {"answer", 1}}).status, 409);
+
+  Type(w, "qnT(0)", "T");
+  Type(w, "qnT(1)", "吨");
+  r = Command(w, "FileSave");
+  EXPECT_EQ(r["result"], true);
+  EXPECT_EQ(Control(r, "TV")->at("tree")["selectedKey"], "k5");
+  EXPECT_EQ(Rows("select * from kmdjldw where 代码='T'"), 1u);
+
+  // Find asks for its text in an input box.
+  r = Command(w, "Find");
+  ASSERT_EQ(r["dialog"]["kind"], "input");
+  EXPECT_EQ(r["dialog"]["prompt"], "输入要查找的节点名称:");
+  r = Answer(w, r, "千克");
+  EXPECT_EQ(Control(r, "TV")->at("tree")["selectedKey"], "k2");
+  EXPECT_EQ(Control(r, "qnT(0)")->at("text"), "KG");
+
+  // Delete: No keeps it, Yes deletes with a journal line, written with user and form.
+  Act(w, {{"kind", "pick"}, {"control", "TV"}, {"key", "k4"}});
+  box = Command(w, "FileDelete");
+  ASSERT_EQ(box["dialog"]["buttons"].size(), 2u);
+  r = Answer(w, box, box["dialog"]["cancel"]);
+  EXPECT_EQ(Rows("select * from kmdjldw where 单位ID=4"), 1u);
+  r = Answer(w, Command(w, "FileDelete"), 6);
+  EXPECT_EQ(r["result"], true);
+  EXPECT_EQ(Rows("select * from kmdjldw where 单位ID=4"), 0u);
+  ASSERT_EQ(r["events"].size(), 1u);
+  EXPECT_EQ(r["events"][0]["level"], 1);
+  EXPECT_EQ(r["events"][0]["text"], "删除计量单位BOX  箱");
+  auto lines = kmd::host::ReadJournal(*kmd::db::Open(m_Db), "");
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].user, "tester");
+  EXPECT_EQ(lines[0].form, "JLDW");
+  EXPECT_EQ(lines[0].title, "计量单位");
+  EXPECT_EQ(Ok("GET", "/api/journal")["lines"][0]["text"], "删除计量单位BOX  箱");
+  EXPECT_TRUE(kmd::host::ReadJournal(*kmd::db::Open(m_Db), "9999").empty());
+
+  // The print command says so on the status line.
+  r = Command(w, "PrintPreview");
+  EXPECT_EQ(r["view"]["status"], "暂无打印功能!");
+}
+
+TEST_F(WebHostTest, BadRequestsChangeNothing) {
+  int w = Open("JLDW");
+  std::string path = "/api/windows/" + std::to_string(w);
+  int64_t version = Ok("GET", path)["version"];
+  struct Bad {
+    std::string method, path;
+    std::string body;
+    int status;
+  } bad[] = {
+      {"GET", "/api/windows/77", "", 404},
+      {"GET", "/api/windows/x1", "", 400},
+      {"POST", "/api/windows", "{\"class\": \"NOSUCH\"}", 404},
+      {"POST", "/api/windows", "[1", 400},
+      {"POST", "/api/windows", "{}", 400},
+      {"POST", path + "/action", "{\"kind\"", 400},
+      {"POST", path + "/action", "{\"control\": \"qnT(0)\"}", 400},
+      {"POST", path + "/action", R"J({"kind": "type", "control": "qnT(9)", "text": "x"})J", 404},
+      {"POST", path + "/action", R"J({"kind": "type", "control": "qnT(0)", "text": "x"})J", 409},  // locked
+      {"POST", path + "/action", R"J({"kind": "type", "control": "TV"})J", 400},
+      {"POST", path + "/action", R"J({"kind": "click", "control": "TV"})J", 400},
+      {"POST", path + "/action", R"J({"kind": "pick", "control": "TV", "key": "k99"})J", 404},
+      {"POST", path + "/action", R"J({"kind": "command", "command": "Format"})J", 400},
+      {"POST", path + "/action", R"J({"kind": "command", "command": "FileNew", "version": -3})J", 409},
+      {"POST", path + "/action", R"J({"kind": "command", "command": "FileNew", "rows": [0]})J", 400},
+      {"POST", path + "/answer", R"({"dialog": 1, "answer": 1})", 409},
+      {"POST", path + "/explode", "{}", 404},
+      {"GET", path + "?count=-1", "", 400},
+      {"PUT", path, "", 404},
+  };
+  for (const auto& b : bad) {
+    WebReply r = m_Host->Handle({b.method, b.path, {}, b.body});
+    EXPECT_EQ(r.status, b.status) << b.method << " " << b.path << " " << b.body;
+    EXPECT_TRUE(r.body["error"].is_string()) << r.body.dump();
+  }
+  WebReply r = m_Host->Handle({"GET", path, {{"count", "-1"}}, ""});
+  EXPECT_EQ(r.status, 400);
+  json after = Ok("GET", path);
+  EXPECT_EQ(after["version"], version);
+  EXPECT_EQ(after["view"]["toolbar"]["FileNew"], true);
+  EXPECT_EQ(Control(after, "qnT(0)")->at("text"), "");
+  EXPECT_EQ(m_Host->WindowCount(), 1u);
+  // The right version is taken.
+  EXPECT_EQ(Act(w, {{"kind", "command"}, {"command", "FileNew"}, {"version", version}})["result"], true);
+}
+
+TEST_F(WebHostTest, ClosingSavesTheSelectionThatTheNextWindowRestores) {
+  int w = Open("JLDW");
+  Act(w, {{"kind", "pick"}, {"control", "TV"}, {"key", "k3"}});
+  Ok("POST", "/api/windows/" + std::to_string(w) + "/close");
+  EXPECT_EQ(Call("GET", "/api/windows/" + std::to_string(w)).status, 404);
+  json r = Ok("POST", "/api/windows", {{"class", "jldw"}});
+  EXPECT_EQ(Control(r, "TV")->at("tree")["selectedKey"], "k3");
+  EXPECT_EQ(Control(r, "qnT(0)")->at("text"), "M");
+  // Two windows of one form live side by side.
+  int other = Open("JLDW");
+  EXPECT_NE(other, r["window"].get<int>());
+  EXPECT_EQ(Ok("GET", "/api/windows")["windows"].size(), 2u);
+}
+
+TEST_F(WebHostTest, FiftyWindowsLeaveNoThreadOrHandleBehind) {
+  // One window first, so that lazily made statics exist before counting.
+  Ok("POST", "/api/windows/" + std::to_string(Open("JLDW")) + "/close");
+  size_t threads = Entries("/proc/self/task");
+  size_t files = Entries("/proc/self/fd");
+  for (int i = 0; i < 50; ++i) {
+    int w = Open(i % 2 ? "JLDW" : "XSY");
+    if (i % 5 == 0) {
+      // Some are closed while a box waits for its answer.
+      Command(w, "FileNew");
+      ASSERT_TRUE(Command(w, "FileSave")["dialog"].is_object());
+    }
+    Ok("POST", "/api/windows/" + std::to_string(w) + "/close");
+  }
+  EXPECT_EQ(m_Host->WindowCount(), 0u);
+  EXPECT_EQ(Entries("/proc/self/task"), threads);
+  EXPECT_EQ(Entries("/proc/self/fd"), files);
+}
+
+TEST_F(WebHostTest, ServesThePageAndTheApiOverHttp) {
+  int port = m_Host->Bind("127.0.0.1", 0);
+  ASSERT_GT(port, 0);
+  std::thread server([this] { m_Host->Serve(); });
+  httplib::Client client("127.0.0.1", port);
+  for (int i = 0; i < 100 && !client.Get("/api/info"); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  auto page = client.Get("/");
+  ASSERT_TRUE(page);
+  EXPECT_EQ(page->status, 200);
+  EXPECT_NE(page->get_header_value("Content-Type").find("text/html"), std::string::npos);
+  EXPECT_EQ(client.Get("/nosuch.js")->status, 404);
+  auto opened = client.Post("/api/windows", R"({"class": "JLDW"})", "application/json");
+  ASSERT_TRUE(opened);
+  EXPECT_EQ(opened->status, 200);
+  auto refused = client.Post("/api/windows/1/action", "not json", "application/json");
+  EXPECT_EQ(refused->status, 400);
+  EXPECT_EQ(json::parse(refused->body)["error"], "the body is no JSON");
+  m_Host->Stop();
+  server.join();
+}
+
+}  // namespace

@@ -359,6 +359,25 @@ void TreeView::UserMouseUp(int button, int shift, float x, float y) {
   }
 }
 
+bool TreeView::UserDrag(const NodePtr& source, const NodePtr& target) {
+  // The y of a node's row once it is scrolled to the middle of the view, or -1 when hidden.
+  auto place = [this](const NodePtr& node) -> float {
+    int row = RowOf(node.get());
+    if (row < 0) return -1;
+    SetFirstVisibleRow(std::max(0, row - GetVisibleCount() / 2));
+    return static_cast<float>((row - FirstVisibleRow()) * m_RowHeight + m_RowHeight / 2);
+  };
+  constexpr float x = 10;
+  float y = place(source);
+  if (y < 0 || RowOf(target.get()) < 0) return false;
+  UserMouseDown(vbLeftButton, 0, x, y);
+  UserMouseMove(vbLeftButton, 0, x, y);
+  y = place(target);
+  UserMouseMove(vbLeftButton, 0, x, y);
+  UserMouseUp(vbLeftButton, 0, x, y);
+  return true;
+}
+
 std::string TreeView::ShownText() const { return m_Selected ? m_Selected->Text : ""; }
 
 }  // namespace kmd::view

@@ -171,6 +171,10 @@ class TreeView : public Control {
   void UserMouseDown(int button, int shift, float x, float y);
   void UserMouseMove(int button, int shift, float x, float y);
   void UserMouseUp(int button, int shift, float x, float y);
+  // The user drags `source` onto `target` with the left button: each is scrolled to the middle of
+  // the view, then pressed, moved over and released on as a user would. False when either is
+  // hidden under a collapsed parent.
+  bool UserDrag(const NodePtr& source, const NodePtr& target);
 
   // Used by Node.
   void EnsureVisible(Node* node);

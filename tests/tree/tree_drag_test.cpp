@@ -196,3 +196,13 @@ TEST_F(DragTest, ContextMenuOnPressOrReleaseByMode) {
   ctrl.UserMouseUp(view::vbRightButton, 0, 20, RowY(1));
   EXPECT_TRUE(log.empty());
 }
+
+TEST_F(DragTest, HostDragBringsBothNodesIntoViewAndDrops) {
+  auto deep = Add("n25", "deep", "deep");
+  ctrl.Item("n25")->SetExpanded(false);
+  EXPECT_FALSE(ctrl.UserDrag(ctrl.Item("n01"), deep));  // hidden under a collapsed parent
+  EXPECT_TRUE(log.empty());
+  ASSERT_TRUE(ctrl.UserDrag(ctrl.Item("n01"), ctrl.Item("n27")));
+  EXPECT_EQ(log, (std::vector<std::string>{"start n01", "over n01>n27", "drop n01>n27"}));
+  EXPECT_FALSE(tv.IsDragging);
+}

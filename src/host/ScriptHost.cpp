@@ -49,10 +49,10 @@ int ScriptHost::Run(std::istream& script, const std::string& name) {
     if (!line.empty() && line.back() == '\r') line.pop_back();
     std::string trimmed = text::Trim(line);
     if (trimmed.empty() || trimmed[0] == '#') continue;
+    // A browse window waits for the answer line; any other line cancels it first.
+    if (m_PendingBrowse && trimmed.rfind("answer ", 0) != 0) RunPendingBrowse();
     m_Out << "> " << line << "\n";
     try {
-      // A browse window waits for the answer line; any other line cancels it first.
-      if (m_PendingBrowse && text::LTrim(line).rfind("answer ", 0) != 0) RunPendingBrowse();
       Execute(line);
     } catch (const ScriptError& e) {
       m_Out.flush();

@@ -33,6 +33,7 @@ DQ::DQ(view::Platform& platform) : CodedHierarchy("DQ", platform) {
   m_RuleLabel = &lbl(3);
   m_SegmentBox = &qnT(0);
   m_NameBox = &qnT(1);
+  CreateSplitter();
   InitProperties();
 }
 

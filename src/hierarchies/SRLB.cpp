@@ -38,6 +38,7 @@ SRLB::SRLB(view::Platform& platform) : CodedHierarchy("SRLB", platform) {
   m_RuleLabel = &lbl(2);
   m_SegmentBox = &qnT(0);
   m_NameBox = &qnT(1);
+  CreateSplitter();
   InitProperties();
 }
 

@@ -38,6 +38,7 @@ lxlx::lxlx(view::Platform& platform) : CodedHierarchy("lxlx", platform) {
   m_RuleLabel = &lbl(5);
   m_SegmentBox = &qnT(0);
   m_NameBox = &qnT(1);
+  CreateSplitter();
   InitProperties();
 }
 

@@ -123,7 +123,8 @@ void BM::AddRoots() {
                     Value(kind));
 }
 
-// A first-level unit goes under the root of its kind; one of no known kind stops the load.
+// A first-level unit goes under the root of its kind; like any record whose parent is missing, one
+// of no known kind is left out.
 void BM::LoadRecord(db::Recordset& rs) {
   std::string code = text::Trim(Str(rs, m_CodeColumn));
   if (text::Len(code) != static_cast<size_t>(m_CodeRule->LevelLength(1, m_Rule))) {
@@ -131,8 +132,9 @@ void BM::LoadRecord(db::Recordset& rs) {
     return;
   }
   auto* tree = Tree();
-  tree->Add(NodeRef("R" + Str(rs, "组织类型")), view::tvwChild, "k" + code, code + "  " + Str(rs, m_NameColumn),
-            Value("stb"), Value("szk"));
+  auto root = tree->FindKey("R" + Str(rs, "组织类型"));
+  if (!root) return;
+  tree->Add(root, view::tvwChild, "k" + code, code + "  " + Str(rs, m_NameColumn), Value("stb"), Value("szk"));
   tree->Item("k" + code)->Tag = rs.Fields(m_IdColumn);
 }
 

@@ -91,7 +91,7 @@ view::TreeView* Form::CreateTree(const std::string& name) {
   m_Tv = std::make_unique<cTreeView>(m_Platform);
   // Every image a form names by index or key exists in this list.
   auto images = std::make_shared<view::ImageList>(
-      std::vector<std::string>{"book", "bookopen", "leaf", "folder", "folderopen", "DRAGICON"});
+      std::vector<std::string>{"book", "bookopen", "leaf", "folder", "folderopen", "DRAGICON", "stb", "szk"});
   m_Tv->HookCtrl(tv, images);
   return tv;
 }

@@ -27,31 +27,19 @@ class TreeForm : public Form {
 
 }  // namespace
 
-TEST(FormLayout, TreeBarAndFrameShareTheForm) {
-  SilentPlatform p;
-  TreeForm f(p, true);
-  f.Resize(9000, 6000);
-  auto& tv = f.Get("TV");
-  auto& sp = f.Get("Sp");
-  auto& frame = f.Get("fView");
-  EXPECT_EQ(tv.Height(), 6000 - 300 - 160);
-  EXPECT_EQ(sp.Top(), 300);
-  EXPECT_EQ(sp.Height(), tv.Height());
-  EXPECT_EQ(frame.Height(), tv.Height() + 100);
-  EXPECT_EQ(frame.Width(), 9000 - 2 * 120 - 2500 - 75 - 150);
-  EXPECT_EQ(sp.Left(), 120 + 2500 + 10);
-  EXPECT_EQ(frame.Left(), sp.Left() + 75 + 10);
-  // More rows fit the taller tree.
-  EXPECT_EQ(f.Tree()->GetVisibleCount(), (6000 - 300 - 160) / 240);
-}
-
-TEST(FormLayout, DraggingTheBarWidensTheTreeAndNarrowsTheFrame) {
+TEST(FormLayout, TreeBarAndFrameShareTheFormAndFollowTheBar) {
   SilentPlatform p;
   TreeForm f(p, true);
   f.Resize(9000, 6000);
   auto& tv = f.Get("TV");
   auto& frame = f.Get("fView");
   auto& sp = dynamic_cast<Splitter&>(f.Get("Sp"));
+  EXPECT_EQ(tv.Height(), 6000 - 300 - 160);
+  EXPECT_EQ(sp.Top(), 300);
+  EXPECT_EQ(sp.Height(), tv.Height());
+  EXPECT_EQ(frame.Height(), tv.Height() + 100);
+  EXPECT_EQ(frame.Width(), 9000 - 2 * 120 - 2500 - 75 - 150);
+  // Dragging the bar widens the tree and narrows the frame by the move.
   int frameWidth = frame.Width();
   sp.UserMouseDown(1, 0);
   sp.UserMouseMove(1, 400);
@@ -60,12 +48,8 @@ TEST(FormLayout, DraggingTheBarWidensTheTreeAndNarrowsTheFrame) {
   EXPECT_EQ(sp.Left(), 120 + 2900 + 10);
   EXPECT_EQ(frame.Left(), sp.Left() + 75 + 10);
   EXPECT_EQ(frame.Width(), frameWidth - 400);
-}
-
-TEST(FormLayout, AFormWithoutBarSizesOnlyItsTree) {
-  SilentPlatform p;
-  TreeForm f(p, false);
-  f.Resize(9000, 4000);
-  EXPECT_EQ(f.Tree()->Height(), 4000 - 300 - 160);
-  EXPECT_EQ(f.Controls().Find("Sp"), nullptr);
+  // A form without the bar sizes only its tree.
+  TreeForm plain(p, false);
+  plain.Resize(9000, 4000);
+  EXPECT_EQ(plain.Tree()->Height(), 4000 - 300 - 160);
 }

@@ -129,27 +129,4 @@ TEST_F(SplitterTest, UnknownNamesLeaveTheControlsAloneButTheBarMoves) {
   EXPECT_EQ(sp->Left(), 3400);
   EXPECT_EQ(tree->Width(), 1234);
   EXPECT_EQ(events, (std::vector<std::string>{"Moving 1 400"}));
-  // A name resolves at the next layout once its control exists.
-  sp->SetControlName1("late");
-  controls.Add<view::Control>("Label", "late", -1);
-  sp->UserMouseUp(1, 0);
-  ASSERT_NE(sp->Control1(), nullptr);
-  EXPECT_EQ(sp->Control1()->Name(), "late");
-}
-
-TEST_F(SplitterTest, PropertiesAreStoredInOrderAndReadBack) {
-  sp->SetSplitterWidth(90);
-  PropertyBag bag;
-  sp->WriteProperties(bag);
-  std::vector<std::string> names;
-  for (const auto& [k, v] : bag) names.push_back(k);
-  EXPECT_EQ(names, (std::vector<std::string>{"ControlName1", "ControlName2", "SplitterWidth", "ControlVisible1",
-                                             "ControlVisible2"}));
-  Splitter other("Sp2");
-  other.ReadProperties(bag);
-  EXPECT_EQ(other.ControlName1(), "TV");
-  EXPECT_EQ(other.ControlName2(), "fView");
-  EXPECT_EQ(other.SplitterWidth(), 90);
-  EXPECT_EQ(other.Width(), 90);
-  EXPECT_TRUE(other.ControlVisible2());
 }

@@ -132,7 +132,9 @@ json Toolbar(FormGuard& form) {
   for (const char* browse : {"FileNew", "FileEdit", "FileDelete", "Find", "FindNext", "Refresh", "RecordPrevious",
                              "RecordNext", "PrintPreview"})
     t[browse] = !editing;
-  for (const char* edit : {"FileSave", "FileCancel", "FileNewNext"}) t[edit] = editing;
+  for (const char* edit : {"FileSave", "FileCancel"}) t[edit] = editing;
+  // A further record (a child in a coded tree) may be started from either state.
+  t["FileNewNext"] = true;
   return t;
 }
 

@@ -1,0 +1,167 @@
+// The page: the start page with the forms by subsystem, form windows as tabs, the journal panel
+// and notices. Open tabs are remembered, so that a reload opens them again (each window's form
+// then restores its last selection itself).
+import { request, setupRetry, closeOnLeave } from './api.js';
+import { el, isOpen } from './dialogs.js';
+import { FormWindow } from './window.js';
+
+const TABS_KEY = 'kmd.tabs';
+const RECENT_KEY = 'kmd.recent';
+
+const app = {
+  forms: [],
+  windows: [],
+  active: null, // a FormWindow, or null for the start page
+
+  notice(text, title) {
+    const n = el('div', { class: 'notice', role: 'status' }, title ? el('b', { text: `${title.replace(/[:：]$/, '')}：` }) : null, el('span', { text }));
+    document.getElementById('notices').append(n);
+    setTimeout(() => n.classList.add('fade'), 4000);
+    setTimeout(() => n.remove(), 4600);
+  },
+
+  journal: {
+    count: 0,
+    add(line) {
+      const time = line.time || new Date().toLocaleString('zh-CN', { hour12: false });
+      const li = el('li', { class: `level-${line.level}` },
+        el('span', { class: 'j-time', text: time }),
+        el('span', { class: 'j-form', text: line.title || line.form }),
+        el('span', { class: 'j-text', text: line.text }));
+      const list = document.getElementById('journal-lines');
+      list.append(li);
+      li.scrollIntoView?.({ block: 'nearest' });
+      this.count++;
+      document.getElementById('journal-count').textContent = `(${this.count})`;
+    },
+  },
+
+  async open(cls, { activate = true } = {}) {
+    const r = await request('POST', '/api/windows', { class: cls, rows: [0, 100] });
+    if (r.status !== 200) { this.notice(r.body.error || '无法打开窗体'); return null; }
+    const win = new FormWindow(this, r.body);
+    this.windows.push(win);
+    document.getElementById('pages').append(win.page);
+    const tab = el('button', { class: 'tab', role: 'tab', 'data-window': win.id }, el('span', { text: win.title }));
+    const close = el('span', { class: 'tab-close', title: '关闭', text: '×' });
+    close.addEventListener('click', (e) => { e.stopPropagation(); this.closeWindow(win); });
+    tab.append(close);
+    tab.addEventListener('click', () => this.activate(win));
+    win.tab = tab;
+    document.getElementById('tabs').append(tab);
+    if (activate) this.activate(win);
+    await win.handle(r);
+    this.remember(cls);
+    this.saveTabs();
+    return win;
+  },
+
+  activate(win) {
+    this.active = win;
+    document.querySelectorAll('.page').forEach((p) => p.classList.remove('active'));
+    document.querySelectorAll('.tab').forEach((t) => t.classList.remove('active'));
+    (win ? win.page : document.getElementById('home')).classList.add('active');
+    (win ? win.tab : document.getElementById('tab-home')).classList.add('active');
+    if (win) {
+      win.treePane?.draw();
+      if (!win.serverFocus || !win.detail.focus(win.serverFocus)) win.focusTree();
+    } else {
+      document.getElementById('filter').focus();
+    }
+    this.saveTabs();
+  },
+
+  async closeWindow(win) {
+    await win.close();
+    this.dropWindow(win);
+  },
+
+  dropWindow(win) {
+    const at = this.windows.indexOf(win);
+    if (at < 0) return;
+    this.windows.splice(at, 1);
+    win.page.remove();
+    win.tab.remove();
+    if (this.active === win) this.activate(this.windows[Math.min(at, this.windows.length - 1)] || null);
+    this.saveTabs();
+  },
+
+  saveTabs() {
+    const tabs = this.windows.map((w) => w.cls);
+    localStorage.setItem(TABS_KEY, JSON.stringify({ tabs, active: this.windows.indexOf(this.active) }));
+  },
+
+  remember(cls) {
+    const recent = JSON.parse(localStorage.getItem(RECENT_KEY) || '[]').filter((c) => c !== cls);
+    recent.unshift(cls);
+    localStorage.setItem(RECENT_KEY, JSON.stringify(recent.slice(0, 6)));
+    this.drawHome();
+  },
+
+  // The start page: recently opened forms first, then the forms by subsystem; the filter finds
+  // a form by its title or class name (the initials of its Chinese name).
+  drawHome() {
+    const q = document.getElementById('filter').value.trim().toLowerCase();
+    const match = (f) => !q || f.title.toLowerCase().includes(q) || f.class.toLowerCase().includes(q) || f.subsystem.includes(q);
+    const groups = new Map();
+    const recent = JSON.parse(localStorage.getItem(RECENT_KEY) || '[]');
+    const recentForms = recent.map((c) => this.forms.find((f) => f.class === c)).filter(Boolean);
+    if (recentForms.length && !q) groups.set('最近使用', recentForms);
+    for (const f of this.forms.filter(match)) {
+      if (!groups.has(f.subsystem)) groups.set(f.subsystem, []);
+      groups.get(f.subsystem).push(f);
+    }
+    const out = [];
+    for (const [name, forms] of groups) {
+      const tiles = forms.map((f) => {
+        const tile = el('button', { class: 'tile', 'data-class': f.class },
+          el('span', { class: 'tile-title', text: f.title }), el('span', { class: 'tile-class', text: f.class }));
+        tile.addEventListener('click', () => this.open(f.class));
+        return tile;
+      });
+      out.push(el('section', { class: 'group' }, el('h2', { text: name }), el('div', { class: 'tiles' }, ...tiles)));
+    }
+    if (!out.length) out.push(el('p', { class: 'empty', text: '没有符合的窗体。' }));
+    document.getElementById('groups').replaceChildren(...out);
+  },
+};
+
+function setupKeys() {
+  document.addEventListener('keydown', (e) => {
+    if (isOpen()) return;
+    if (app.active && app.active.onKey(e)) { e.preventDefault(); return; }
+    if (e.key.startsWith('F') && e.key.length <= 3 && e.key !== 'F12') e.preventDefault(); // no browser reload on F5
+  });
+  const filter = document.getElementById('filter');
+  filter.addEventListener('input', () => app.drawHome());
+  filter.addEventListener('keydown', (e) => {
+    if (e.key === 'Enter') document.querySelector('#groups .group:not(:first-child) .tile, #groups .tile')?.click();
+  });
+  document.getElementById('tab-home').addEventListener('click', () => app.activate(null));
+  document.getElementById('journal-toggle').addEventListener('click', () => {
+    const j = document.getElementById('journal');
+    const folded = j.classList.toggle('folded');
+    document.getElementById('journal-toggle').setAttribute('aria-expanded', String(!folded));
+    j.querySelector('.fold').textContent = folded ? '▸' : '▾';
+  });
+  window.addEventListener('pagehide', () => app.windows.forEach((w) => !w.closed && closeOnLeave(w.id)));
+  window.addEventListener('resize', () => app.active?.treePane?.onScroll());
+}
+
+async function start() {
+  setupRetry();
+  setupKeys();
+  const [forms, info, journal] = await Promise.all([
+    request('GET', '/api/forms'), request('GET', '/api/info'), request('GET', '/api/journal?limit=100')]);
+  app.forms = forms.body.forms;
+  document.getElementById('who').textContent = `用户：${info.body.user}`;
+  for (const line of journal.body.lines || []) app.journal.add(line);
+  app.drawHome();
+  const saved = JSON.parse(localStorage.getItem(TABS_KEY) || '{"tabs":[]}');
+  for (const cls of saved.tabs) await app.open(cls, { activate: false });
+  app.activate(app.windows[saved.active] || null);
+  document.body.dataset.ready = 'true';
+}
+
+window.kmd = app;
+start();

@@ -1,0 +1,233 @@
+// The detail area of a form window: every control in declaration order, drawn by its kind, with
+// captions in a right-aligned column. Built once per window; later view models only update it.
+import { el } from './dialogs.js';
+
+const isCaption = (c) => c && c.kind === 'label' && /[:：]\s*$/.test(c.caption);
+const takesCaption = (c) => c && ['text', 'textbox', 'combo', 'date', 'label', 'picture', 'other'].includes(c.kind) && !isCaption(c);
+const baseName = (name) => name.replace(/\(\d+\)$/, '');
+
+export class DetailPane {
+  // `win` offers type(name, text), leave(name), focusControl(name), send(action), pendingTypes(name).
+  constructor(win) {
+    this.win = win;
+    this.node = el('div', { class: 'detail', role: 'form' });
+    this.updaters = new Map();
+    this.inputs = []; // focusable elements in declaration order
+    this.signature = '';
+  }
+
+  update(view) {
+    const controls = view.controls.filter((c) => c.name !== view.tree);
+    const signature = controls.map((c) => `${c.name}:${c.kind}`).join('|');
+    if (signature !== this.signature) this.build(controls);
+    for (const c of controls) this.updaters.get(c.name)?.(c);
+  }
+
+  build(controls) {
+    this.signature = controls.map((c) => `${c.name}:${c.kind}`).join('|');
+    this.updaters.clear();
+    this.inputs = [];
+    const grid = el('div', { class: 'fields' });
+    for (let i = 0; i < controls.length; i++) {
+      const c = controls[i];
+      const row = el('div', { class: `field-row kind-${c.kind}` });
+      const caption = el('label', { class: 'caption' });
+      const cell = el('div', { class: 'cell' });
+      row.append(caption, cell);
+      const rowControls = [c];
+      if (isCaption(c) && takesCaption(controls[i + 1])) {
+        // A label that ends with a colon captions the control after it.
+        this.bindCaption(c, caption);
+        rowControls[0] = controls[++i];
+      } else if (c.kind === 'text') {
+        caption.textContent = c.caption;
+      }
+      const first = rowControls[0];
+      if (first.kind === 'option' || first.kind === 'button') {
+        // Options of one array, and buttons next to each other, share a row.
+        while (controls[i + 1] && controls[i + 1].kind === first.kind &&
+               (first.kind === 'button' || baseName(controls[i + 1].name) === baseName(first.name))) {
+          rowControls.push(controls[++i]);
+        }
+      }
+      if (first.kind === 'label' && !isCaption(first) && rowControls[0] === c && c.caption) row.classList.add('heading');
+      if (first.kind === 'list' || first.kind === 'grid') row.classList.add('wide');
+      for (const rc of rowControls) cell.append(this.make(rc, caption));
+      this.bindRow(row, rowControls.map((rc) => rc.name));
+      grid.append(row);
+    }
+    this.node.replaceChildren(grid);
+  }
+
+  bindCaption(c, caption) {
+    this.updaters.set(c.name, (m) => { caption.textContent = m.caption; });
+  }
+
+  // A row is hidden when all its controls are.
+  bindRow(row, names) {
+    const visible = new Map();
+    for (const n of names) {
+      const inner = this.updaters.get(n);
+      this.updaters.set(n, (m) => {
+        inner?.(m);
+        visible.set(n, m.visible);
+        row.hidden = names.every((x) => visible.get(x) === false);
+      });
+    }
+  }
+
+  common(node, c) {
+    node.dataset.control = c.name;
+    node.title = c.name;
+    return node;
+  }
+
+  // A focusable input: typing, entering and leaving go to the form; Enter moves on.
+  input(node, c, { leave = false } = {}) {
+    this.inputs.push(node);
+    node.addEventListener('input', () => this.win.type(c.name, node.value));
+    node.addEventListener('focus', () => this.win.focusControl(c.name));
+    if (leave) node.addEventListener('blur', () => !node.disabled && this.win.leave(c.name));
+    node.addEventListener('keydown', (e) => {
+      if (e.key === 'Enter' && !e.ctrlKey && !e.altKey) {
+        e.preventDefault();
+        this.focusNext(node, e.shiftKey ? -1 : 1);
+      } else if (e.key === 'F7' && c.reference) {
+        e.preventDefault();
+        this.win.send({ kind: 'browse', control: c.name });
+      }
+    });
+    return node;
+  }
+
+  focusNext(from, step) {
+    const usable = this.inputs.filter((n) => !n.disabled && n.offsetParent !== null);
+    const at = usable.indexOf(from);
+    const next = usable[at + step];
+    if (next) next.focus();
+    else this.win.focusTree();
+  }
+
+  setText(node, name, text) {
+    if (document.activeElement === node && this.win.pendingTypes(name) > 0) return;
+    if (node.value !== text) node.value = text;
+  }
+
+  make(c, caption) {
+    switch (c.kind) {
+      case 'text': {
+        const input = this.common(this.input(el('input', { type: 'text', autocomplete: 'off' }), c, { leave: true }), c);
+        caption.htmlFor = input.id = `f-${this.win.id}-${c.name}`;
+        if (!c.reference) {
+          this.updaters.set(c.name, (m) => {
+            input.disabled = !m.enabled;
+            if (m.maxLength > 0) input.maxLength = m.maxLength;
+            caption.textContent = m.caption || caption.textContent;
+            this.setText(input, c.name, m.text);
+          });
+          return input;
+        }
+        const browse = el('button', { class: 'browse', text: '…', title: '选择 (F7)', tabindex: '-1' });
+        browse.addEventListener('mousedown', (e) => e.preventDefault());
+        browse.addEventListener('click', () => this.win.send({ kind: 'browse', control: c.name }));
+        this.updaters.set(c.name, (m) => {
+          input.disabled = browse.disabled = !m.enabled;
+          this.setText(input, c.name, m.text);
+        });
+        return el('span', { class: 'reference' }, input, browse);
+      }
+      case 'textbox':
+      case 'date': {
+        const input = this.common(this.input(el('input', { type: c.kind === 'date' ? 'date' : 'text', autocomplete: 'off' }),
+          c, { leave: c.kind === 'textbox' }), c);
+        caption.htmlFor = input.id = `f-${this.win.id}-${c.name}`;
+        this.updaters.set(c.name, (m) => { input.disabled = !m.enabled; this.setText(input, c.name, m.text); });
+        return input;
+      }
+      case 'combo': {
+        const list = el('datalist', { id: `l-${this.win.id}-${c.name}` });
+        const input = this.common(this.input(el('input', { type: 'text', list: list.id, autocomplete: 'off' }), c), c);
+        this.updaters.set(c.name, (m) => {
+          input.disabled = !m.enabled;
+          this.setText(input, c.name, m.text);
+          list.replaceChildren(...m.items.map((t) => el('option', { value: t })));
+        });
+        return el('span', {}, input, list);
+      }
+      case 'option':
+      case 'check': {
+        const box = this.common(el('input', { type: c.kind === 'option' ? 'radio' : 'checkbox' }), c);
+        this.inputs.push(box);
+        box.addEventListener('click', (e) => {
+          e.preventDefault(); // the form decides the value
+          this.win.send({ kind: 'click', control: c.name });
+        });
+        box.addEventListener('focus', () => this.win.focusControl(c.name));
+        const text = el('span', { text: c.caption });
+        const label = el('label', { class: 'choice' }, box, text);
+        this.updaters.set(c.name, (m) => {
+          box.disabled = !m.enabled;
+          box.checked = c.kind === 'option' ? m.value : m.value === 1;
+          box.indeterminate = c.kind === 'check' && m.value === 2;
+          text.textContent = m.caption;
+          label.hidden = !m.visible;
+        });
+        return label;
+      }
+      case 'button': {
+        const button = this.common(el('button', { class: 'form-button', text: c.caption }), c);
+        button.addEventListener('click', () => this.win.send({ kind: 'click', control: c.name }));
+        this.updaters.set(c.name, (m) => { button.disabled = !m.enabled; button.textContent = m.caption; button.hidden = !m.visible; });
+        return button;
+      }
+      case 'picture': {
+        const swatch = this.common(el('div', { class: 'picture' }), c);
+        swatch.addEventListener('click', (e) => this.win.send({ kind: 'click', control: c.name, x: e.offsetX * 15, y: e.offsetY * 15 }));
+        this.updaters.set(c.name, (m) => { swatch.style.background = m.color; });
+        return swatch;
+      }
+      case 'label': {
+        const span = this.common(el('span', { class: 'label-value' }), c);
+        this.updaters.set(c.name, (m) => { span.textContent = m.caption; });
+        return span;
+      }
+      case 'list': return this.table(c, (m) => [m.list.columns, m.list.items.map((it) => it.cells), m.list.items.map((it) => it.selected)], true);
+      case 'grid': return this.table(c, (m) => {
+        const fixed = m.grid.fixedRows;
+        return [fixed > 0 ? m.grid.cells[0] : [], m.grid.cells.slice(fixed), []];
+      }, false);
+      default: {
+        const span = this.common(el('span', { class: 'label-value other' }), c);
+        this.updaters.set(c.name, (m) => { span.textContent = m.text; span.closest('.field-row')?.toggleAttribute('hidden', !m.text); });
+        return span;
+      }
+    }
+  }
+
+  // A list view or grid as a table; a click on a list row picks it.
+  table(c, rowsOf, pickable) {
+    const table = this.common(el('table', { class: 'grid' }), c);
+    const wrap = el('div', { class: 'grid-wrap' }, table);
+    this.updaters.set(c.name, (m) => {
+      const [head, rows, selected] = rowsOf(m);
+      const thead = el('thead', {}, el('tr', {}, ...head.map((h) => el('th', { text: h }))));
+      const tbody = el('tbody', {}, ...rows.map((r, i) => {
+        const tr = el('tr', { class: selected[i] ? 'selected' : '' }, ...r.map((t) => el('td', { text: t })));
+        if (pickable) tr.addEventListener('click', () => m.enabled && this.win.send({ kind: 'pick', control: c.name, index: i + 1 }));
+        return tr;
+      }));
+      table.replaceChildren(thead, tbody);
+      table.classList.toggle('disabled', !m.enabled);
+    });
+    return wrap;
+  }
+
+  focus(name) {
+    const node = this.node.querySelector(`[data-control="${CSS.escape(name)}"]`);
+    if (node && !node.disabled && node.offsetParent !== null && typeof node.focus === 'function') {
+      node.focus();
+      return true;
+    }
+    return false;
+  }
+}

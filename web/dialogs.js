@@ -1,0 +1,225 @@
+// Modal boxes in the page: message boxes, input boxes, browse windows and the colour dialog.
+// Each returns a promise of the answer in the form the host expects.
+
+const CAPTIONS = { 1: '确定', 2: '取消', 3: '中止(A)', 4: '重试(R)', 5: '忽略(I)', 6: '是(Y)', 7: '否(N)' };
+const LETTERS = { 3: 'a', 4: 'r', 5: 'i', 6: 'y', 7: 'n' };
+const ICONS = { information: 'i', exclamation: '!', question: '?', critical: '×' };
+
+function el(tag, attrs = {}, ...children) {
+  const e = document.createElement(tag);
+  for (const [k, v] of Object.entries(attrs)) {
+    if (k === 'class') e.className = v;
+    else if (k === 'text') e.textContent = v;
+    else e.setAttribute(k, v);
+  }
+  for (const c of children) if (c) e.append(c);
+  return e;
+}
+
+export const isOpen = () => document.getElementById('modals').childElementCount > 0;
+
+// Shows a modal frame; `build(body, close)` fills it; keys go to `onKey` first.
+function modal(kind, title, build, onKey) {
+  return new Promise((resolve) => {
+    const before = document.activeElement;
+    const box = el('div', { class: `dialog ${kind}`, role: 'dialog', 'aria-modal': 'true', 'aria-label': title || ' ' });
+    const overlay = el('div', { class: 'overlay' }, box);
+    const head = el('div', { class: 'dialog-title', text: title || '\u00a0' });
+    const body = el('div', { class: 'dialog-body' });
+    box.append(head, body);
+    const close = (answer) => {
+      overlay.remove();
+      if (before && before.isConnected && !isOpen()) before.focus?.();
+      resolve(answer);
+    };
+    build(body, close);
+    overlay.addEventListener('keydown', (e) => {
+      e.stopPropagation();
+      if (onKey) onKey(e, close);
+      if (e.key === 'Tab') {
+        // Focus stays inside the box.
+        const items = [...box.querySelectorAll('button, input, [tabindex]')];
+        const i = items.indexOf(document.activeElement);
+        const next = items[(i + (e.shiftKey ? -1 : 1) + items.length) % items.length];
+        if (next) { next.focus(); e.preventDefault(); }
+      }
+    });
+    document.getElementById('modals').append(overlay);
+    (box.querySelector('[autofocus]') || box.querySelector('button'))?.focus();
+  });
+}
+
+// A message box: {title, text, icon, buttons: [{answer}], default, cancel}; gives the answer.
+export function messageBox(d) {
+  return modal('msgbox', d.title, (body, close) => {
+    const icon = d.icon ? el('div', { class: `icon ${d.icon}`, text: ICONS[d.icon] || '' }) : null;
+    body.append(el('div', { class: 'message' }, icon, el('p', { class: 'text', text: d.text })));
+    const row = el('div', { class: 'buttons' });
+    for (const b of d.buttons) {
+      const btn = el('button', { text: CAPTIONS[b.answer] || b.name, 'data-answer': b.answer });
+      if (b.answer === d.default) btn.setAttribute('autofocus', '');
+      btn.addEventListener('click', () => close(b.answer));
+      row.append(btn);
+    }
+    body.append(row);
+  }, (e, close) => {
+    const letter = e.key.toLowerCase();
+    const hit = d.buttons.find((b) => LETTERS[b.answer] === letter);
+    if (hit) { e.preventDefault(); close(hit.answer); }
+    else if (e.key === 'Escape') { e.preventDefault(); close(d.cancel); }
+    else if (e.key === 'Enter' && document.activeElement?.dataset.answer === undefined) {
+      e.preventDefault(); close(d.default);
+    }
+  });
+}
+
+// An input box: gives the text, or null for Cancel.
+export function inputBox(d) {
+  let input;
+  return modal('input', d.title, (body, close) => {
+    input = el('input', { type: 'text', autofocus: '' });
+    input.value = d.text || '';
+    body.append(el('label', { class: 'prompt', text: d.prompt }), input);
+    const ok = el('button', { text: '确定' });
+    const cancel = el('button', { text: '取消' });
+    ok.addEventListener('click', () => close(input.value));
+    cancel.addEventListener('click', () => close(null));
+    body.append(el('div', { class: 'buttons' }, ok, cancel));
+  }, (e, close) => {
+    if (e.key === 'Escape') { e.preventDefault(); close(null); }
+    else if (e.key === 'Enter' && document.activeElement === input) { e.preventDefault(); close(input.value); }
+  });
+}
+
+// The colour dialog: gives "#rrggbb", or null for Cancel.
+export function colourBox(d) {
+  let input;
+  return modal('color', d.title, (body, close) => {
+    input = el('input', { type: 'color', autofocus: '' });
+    input.value = d.color;
+    const ok = el('button', { text: '确定' });
+    const cancel = el('button', { text: '取消' });
+    ok.addEventListener('click', () => close(input.value));
+    cancel.addEventListener('click', () => close(null));
+    body.append(input, el('div', { class: 'buttons' }, ok, cancel));
+  }, (e, close) => {
+    if (e.key === 'Escape') { e.preventDefault(); close(null); }
+    else if (e.key === 'Enter') { e.preventDefault(); close(input.value); }
+  });
+}
+
+// A browse window of a reference field: a filterable table; gives the row index, or -1.
+export function browseBox(d) {
+  let pick = -1;
+  let shown = [];
+  let table;
+  let filter;
+  const mark = () => table.querySelectorAll('tbody tr').forEach((tr) => tr.classList.toggle('selected', +tr.dataset.row === pick));
+  return modal('browse', d.title, (body, close) => {
+    filter = el('input', { type: 'search', placeholder: '筛选', autofocus: '' });
+    table = el('table', { class: 'browse-table' });
+    const head = el('tr');
+    d.columns.forEach((c) => head.append(el('th', { text: c })));
+    table.append(el('thead', {}, head), el('tbody'));
+    const fill = () => {
+      const q = filter.value.trim().toLowerCase();
+      shown = d.rows.map((r, i) => [r, i]).filter(([r]) => !q || r.some((c) => c.toLowerCase().includes(q)));
+      const tbody = table.querySelector('tbody');
+      tbody.replaceChildren(...shown.slice(0, 500).map(([r, i]) => {
+        const tr = el('tr', { 'data-row': i });
+        r.forEach((c) => tr.append(el('td', { text: c })));
+        tr.addEventListener('click', () => { pick = i; mark(); });
+        tr.addEventListener('dblclick', () => close(i));
+        return tr;
+      }));
+      pick = shown.length ? shown[0][1] : -1;
+      mark();
+    };
+    filter.addEventListener('input', fill);
+    const ok = el('button', { text: '确定' });
+    const cancel = el('button', { text: '取消' });
+    ok.addEventListener('click', () => close(pick));
+    cancel.addEventListener('click', () => close(-1));
+    body.append(filter, el('div', { class: 'browse-rows' }, table), el('div', { class: 'buttons' }, ok, cancel));
+    fill();
+  }, (e, close) => {
+    if (e.key === 'Escape') { e.preventDefault(); close(-1); }
+    else if (e.key === 'Enter' && document.activeElement?.tagName !== 'BUTTON') { e.preventDefault(); close(pick); }
+    else if (e.key === 'ArrowDown' || e.key === 'ArrowUp') {
+      e.preventDefault();
+      const at = shown.findIndex(([, i]) => i === pick) + (e.key === 'ArrowDown' ? 1 : -1);
+      if (at >= 0 && at < shown.length) { pick = shown[at][1]; mark(); }
+    }
+  });
+}
+
+// The open-file dialog over the host's folders: gives {dir} to show another folder,
+// {files, filterIndex} for the choice, or null for Cancel.
+export function fileBox(d) {
+  const folder = d.folder;
+  const join = (name) => `${folder.dir.replace(/\/$/, '')}/${name}`;
+  let name;
+  let filterSelect;
+  let picked = null;
+  return modal('file', d.title || '打开', (body, close) => {
+    const up = el('button', { text: '上级', title: '上一级文件夹' });
+    up.disabled = !folder.parent;
+    up.addEventListener('click', () => close({ dir: folder.parent }));
+    body.append(el('div', { class: 'file-path' }, up, el('span', { text: folder.dir })));
+    const list = el('ul', { class: 'file-list', role: 'listbox' });
+    for (const entry of folder.entries) {
+      const li = el('li', { class: entry.dir ? 'is-dir' : 'is-file', text: entry.dir ? `📁 ${entry.name}` : entry.name, role: 'option' });
+      li.addEventListener('click', () => {
+        picked = entry;
+        list.querySelectorAll('li').forEach((x) => x.classList.toggle('selected', x === li));
+        if (!entry.dir) name.value = entry.name;
+      });
+      li.addEventListener('dblclick', () => close(entry.dir ? { dir: join(entry.name) } : { files: [entry.name], filterIndex: +filterSelect.value }));
+      list.append(li);
+    }
+    name = el('input', { type: 'text', autofocus: '' });
+    name.value = d.fileName || '';
+    filterSelect = el('select');
+    d.filters.forEach((f, i) => {
+      const o = el('option', { value: i + 1, text: `${f.name} (${f.patterns})` });
+      if (i + 1 === d.filterIndex) o.selected = true;
+      filterSelect.append(o);
+    });
+    filterSelect.addEventListener('change', () => close({ dir: folder.dir, filterIndex: +filterSelect.value }));
+    const ok = el('button', { text: '打开' });
+    const cancel = el('button', { text: '取消' });
+    const choose = () => {
+      if (picked && picked.dir && !name.value) return close({ dir: join(picked.name) });
+      const files = name.value.split(/\s*;\s*/).filter(Boolean);
+      if (files.length) close({ files, filterIndex: +filterSelect.value || 1 });
+    };
+    ok.addEventListener('click', choose);
+    cancel.addEventListener('click', () => close(null));
+    body.append(list, el('div', { class: 'file-name' }, el('span', { text: '文件名：' }), name),
+      d.filters.length ? el('div', { class: 'file-name' }, el('span', { text: '类型：' }), filterSelect) : null,
+      el('div', { class: 'buttons' }, ok, cancel));
+    body._choose = choose;
+  }, (e, close) => {
+    if (e.key === 'Escape') { e.preventDefault(); close(null); }
+    else if (e.key === 'Enter' && document.activeElement === name) { e.preventDefault(); name.closest('.dialog-body')._choose(); }
+  });
+}
+
+// A dialog of the host by its kind.
+export function showDialog(d) {
+  switch (d.kind) {
+    case 'msgbox': return messageBox(d);
+    case 'input': return inputBox(d);
+    case 'color': return colourBox(d);
+    case 'browse': return browseBox(d);
+    case 'file': return fileBox(d);
+    default: return Promise.resolve(null);
+  }
+}
+
+// An error the form reported (levels 8 and 9): a box with its title.
+export function errorBox(title, text) {
+  return messageBox({ title, text, icon: 'critical', buttons: [{ answer: 1 }], default: 1, cancel: 1 });
+}
+
+export { el };

@@ -1,0 +1,242 @@
+// A form window: toolbar, tree, splitter, detail area and status line, drawn from the view model
+// the host sends after every request. Requests of one window go one after the other.
+import { request, Queue } from './api.js';
+import { el, errorBox, isOpen, showDialog } from './dialogs.js';
+import { DetailPane } from './detail.js';
+import { TreePane } from './tree.js';
+
+export const COMMANDS = [
+  { cmd: 'FileNew', caption: '新建', key: 'F2', icon: '＋' },
+  { cmd: 'FileNewNext', caption: '新建下级', key: 'Ctrl+F2', icon: '⊕' },
+  { cmd: 'FileEdit', caption: '修改', key: 'F8', icon: '✎' },
+  { cmd: 'FileDelete', caption: '删除', key: 'F3', icon: '－' },
+  { cmd: 'FileSave', caption: '保存', key: 'F4', icon: '✓' },
+  { cmd: 'FileCancel', caption: '取消', key: 'Escape', shown: 'Esc', icon: '↶' },
+  { cmd: 'Refresh', caption: '刷新', key: 'F5', icon: '⟳' },
+  { cmd: 'Find', caption: '查找', key: 'F6', icon: '⌕' },
+  { cmd: 'FindNext', caption: '查找下一个', key: 'Shift+F6', icon: '»' },
+  { cmd: 'RecordPrevious', caption: '上一条', key: 'Alt+ArrowUp', shown: 'Alt+↑ / ↑', icon: '▲' },
+  { cmd: 'RecordNext', caption: '下一条', key: 'Alt+ArrowDown', shown: 'Alt+↓ / ↓', icon: '▼' },
+  { cmd: 'PrintPreview', caption: '打印', key: 'Ctrl+p', shown: 'Ctrl+P', icon: '⎙' },
+];
+
+const keyName = (e) => [e.ctrlKey && 'Ctrl', e.altKey && 'Alt', e.shiftKey && 'Shift', e.key.length === 1 ? e.key.toLowerCase() : e.key]
+  .filter(Boolean).join('+');
+
+export class FormWindow {
+  constructor(app, reply) {
+    this.app = app;
+    this.id = reply.window;
+    this.cls = reply.class;
+    this.title = reply.title;
+    this.version = reply.version;
+    this.queue = new Queue();
+    this.typing = new Map(); // control -> [texts waiting to be sent]
+    this.serverFocus = undefined;
+    this.sent = 0; // jobs queued
+    this.localFocusAt = 0; // jobs queued when the user last moved the focus
+    this.view = null;
+    this.closed = false;
+
+    this.toolbar = el('div', { class: 'toolbar', role: 'toolbar' });
+    this.buttons = {};
+    for (const c of COMMANDS) {
+      const b = el('button', { class: 'tool', 'data-command': c.cmd, title: `${c.caption} (${c.shown || c.key})` },
+        el('span', { class: 'tool-icon', text: c.icon }), el('span', { text: c.caption }));
+      b.addEventListener('mousedown', (e) => e.preventDefault()); // the field keeps the focus
+      b.addEventListener('click', () => this.command(c.cmd));
+      this.buttons[c.cmd] = b;
+      this.toolbar.append(b);
+    }
+    this.treePane = null;
+    this.detail = new DetailPane(this);
+    this.left = el('div', { class: 'tree-pane' });
+    this.splitter = el('div', { class: 'splitter', role: 'separator', 'aria-orientation': 'vertical' });
+    this.body = el('div', { class: 'window-body' }, this.left, this.splitter, this.detail.node);
+    this.statusText = el('span', { class: 'status-text' });
+    this.stateText = el('span', { class: 'status-state' });
+    this.status = el('div', { class: 'status', role: 'status' }, this.statusText, this.stateText);
+    this.page = el('section', { class: 'page window', 'data-window': this.id, 'data-class': this.cls },
+      this.toolbar, this.body, this.status);
+    this.setupSplitter();
+  }
+
+  setupSplitter() {
+    this.splitter.addEventListener('mousedown', (e) => {
+      e.preventDefault();
+      const start = e.clientX;
+      const width = this.left.offsetWidth;
+      const move = (m) => { this.left.style.width = `${Math.max(120, Math.min(width + m.clientX - start, this.body.clientWidth - 240))}px`; };
+      const up = () => { document.removeEventListener('mousemove', move); document.removeEventListener('mouseup', up); this.treePane?.draw(); };
+      document.addEventListener('mousemove', move);
+      document.addEventListener('mouseup', up);
+    });
+  }
+
+  rows() { return this.treePane ? this.treePane.wanted() : [0, 100]; }
+
+  // ---- requests ----
+
+  send(action) {
+    if (this.closed) return Promise.resolve();
+    return this.push(async (seq) => {
+      await this.handle(...await this.call('POST', `/api/windows/${this.id}/action`, { ...action, version: this.version, rows: this.rows() }, seq));
+    });
+  }
+
+  // Queues a job with its number, so that a reply to a request queued before the user moved the
+  // focus does not take the focus back.
+  push(job) {
+    const seq = ++this.sent;
+    return this.queue.push(() => job(seq));
+  }
+
+  async call(method, url, body, seq) {
+    return [await request(method, url, body), seq];
+  }
+
+  viewUrl() { return `/api/windows/${this.id}?first=${this.rows()[0]}&count=${this.rows()[1]}`; }
+
+  command(cmd) {
+    if (!this.view || !this.view.toolbar[cmd] || isOpen()) return;
+    this.send({ kind: 'command', command: cmd });
+  }
+
+  // Typing sends the whole text; texts typed while an earlier one is on its way are merged.
+  type(name, text) {
+    const waiting = this.typing.get(name) || [];
+    waiting.push(text);
+    this.typing.set(name, waiting);
+    this.push(async (seq) => {
+      const list = this.typing.get(name);
+      const mine = list.shift();
+      if (list.length > 0 || this.closed) return; // a later text follows
+      await this.handle(...await this.call('POST', `/api/windows/${this.id}/action`,
+        { kind: 'type', control: name, text: mine, version: this.version, rows: this.rows() }, seq));
+    });
+  }
+
+  pendingTypes(name) { return (this.typing.get(name) || []).length; }
+
+  leave(name) {
+    if (isOpen() || this.closed || !this.page.classList.contains('active')) return;
+    this.send({ kind: 'leave', control: name });
+  }
+
+  focusControl(name) {
+    this.localFocusAt = this.sent;
+    if (name === this.serverFocus) return;
+    this.serverFocus = name;
+    this.send({ kind: 'focus', control: name });
+  }
+
+  focusTree() { this.treePane?.node.focus(); }
+
+  loadRows(first, count) {
+    return this.push(async (seq) => {
+      if (this.closed) return;
+      await this.handle(...await this.call('GET', `/api/windows/${this.id}?first=${first}&count=${count}`, undefined, seq));
+    });
+  }
+
+  async close() {
+    if (this.closed) return;
+    await this.queue.push(async () => {
+      this.closed = true;
+      await request('POST', `/api/windows/${this.id}/close`, {});
+    });
+  }
+
+  // ---- replies ----
+
+  async handle(r, seq = Infinity) {
+    if (r.status === 404 && /window/.test(r.body.error || '')) {
+      this.closed = true;
+      this.app.notice(`${this.title}：窗口已关闭，请重新打开。`);
+      this.app.dropWindow(this);
+      return;
+    }
+    if (r.status !== 200) {
+      this.app.notice(r.body.error || `请求被拒绝（${r.status}）`);
+      if (r.status === 409) {
+        const [again] = await this.call('GET', this.viewUrl(), undefined, seq);
+        if (again.status === 200 && !again.body.busy) this.render(again.body, seq);
+      }
+      return;
+    }
+    let b = r.body;
+    while (b.busy) {
+      this.statusText.textContent = '正在处理，请稍候…';
+      this.page.classList.add('busy');
+      const [again] = await this.call('GET', this.viewUrl(), undefined, seq);
+      if (again.status !== 200) return this.handle(again, seq);
+      b = again.body;
+    }
+    this.page.classList.remove('busy');
+    const errors = this.events(b.events || []);
+    this.render(b, seq);
+    for (const e of errors) await errorBox(e.title, e.text);
+    if (b.dialog) {
+      const answer = await showDialog(b.dialog);
+      await this.handle(...await this.call('POST', `/api/windows/${this.id}/answer`, { dialog: b.dialog.id, answer, rows: this.rows() }, seq));
+    }
+  }
+
+  // Message to the status line; ErrMessage by level: 1 and 9 to the journal, 2 and 4 a notice,
+  // 8 and 9 an error box (given back, shown after drawing).
+  events(list) {
+    const errors = [];
+    for (const e of list) {
+      if (e.event === 'Message') this.statusText.textContent = e.text;
+      if (e.event !== 'ErrMessage') continue;
+      if (e.level === 1 || e.level === 9) this.app.journal.add({ form: this.cls, title: e.title, text: e.text, level: e.level });
+      if (e.level === 2 || e.level === 4) this.app.notice(e.text, e.title);
+      if (e.level === 8 || e.level === 9) errors.push(e);
+      if (![1, 2, 4, 8, 9].includes(e.level)) this.app.notice(e.text, e.title);
+    }
+    return errors;
+  }
+
+  render(b, seq = Infinity) {
+    const view = b.view;
+    if (!view) return;
+    this.version = b.version;
+    this.view = view;
+    const editing = view.toolbar.FileSave;
+    for (const [cmd, button] of Object.entries(this.buttons)) button.disabled = !view.toolbar[cmd];
+    this.stateText.textContent = editing ? '编辑' : '浏览';
+    if (view.status !== undefined && !this.page.classList.contains('busy')) this.statusText.textContent = view.status;
+
+    const treeControl = view.tree ? view.controls.find((c) => c.name === view.tree) : null;
+    if (treeControl && !this.treePane) {
+      this.treePane = new TreePane(this, treeControl.name);
+      this.left.append(this.treePane.node);
+    }
+    this.page.classList.toggle('no-tree', !treeControl);
+    if (treeControl) this.treePane.update(treeControl);
+    this.detail.update(view);
+
+    // Focus follows the form: a focus the form moved is given to that field.
+    if (view.focus !== this.serverFocus && seq > this.localFocusAt) {
+      this.serverFocus = view.focus;
+      if (view.focus && this.isActive() && !isOpen() && !this.detail.focus(view.focus) && view.focus === view.tree) this.focusTree();
+    }
+    const active = document.activeElement;
+    if (this.isActive() && !isOpen() && (!active || active === document.body || active.disabled)) this.focusTree();
+  }
+
+  isActive() { return this.page.classList.contains('active'); }
+
+  // Keys of the active window; gives true when the key was taken.
+  onKey(e) {
+    const name = keyName(e);
+    const inField = e.target.matches?.('input, select, textarea');
+    const inTree = e.target.closest?.('.tree');
+    let cmd = COMMANDS.find((c) => c.key === name)?.cmd;
+    if (!cmd && !inField && !inTree && (name === 'ArrowUp' || name === 'ArrowDown')) cmd = name === 'ArrowUp' ? 'RecordPrevious' : 'RecordNext';
+    if (!cmd) return false;
+    if (cmd === 'FileCancel' && !this.view?.toolbar.FileCancel) return false;
+    this.command(cmd);
+    return true;
+  }
+}

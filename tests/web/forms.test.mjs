@@ -1,0 +1,137 @@
+// The forms in a real browser: keyboard input, boxes answered in the page, the journal panel, a
+// coded tree, a reload that brings the last selection back, and a lost connection.
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { test } from 'node:test';
+import { KMD, openForm, screenshot, selectedRow, settled, startKmd } from './harness.mjs';
+
+const focused = (page) => page.evaluate(() => document.activeElement?.dataset.control);
+
+test('units of measure: new by keyboard, duplicate box, find, delete with a question, journal', async (t) => {
+  const { page, db, pageErrors } = await startKmd(t);
+  const win = await openForm(page, 'JLDW');
+  assert.equal(await win.locator('.tree-row').count(), 5);
+
+  // New: the caret is in the code field; Enter moves on to the name.
+  await page.keyboard.press('F2');
+  await settled(page);
+  assert.equal(await focused(page), 'qnT(0)');
+  assert.ok(await win.locator('[data-command=FileNew]').isDisabled());
+  await page.keyboard.type('KG');
+  await page.keyboard.press('Enter');
+  assert.equal(await focused(page), 'qnT(1)');
+  await page.keyboard.type('公斤');
+  await page.keyboard.press('F4');
+
+  // The duplicate: a box with the form's title and text; Enter answers it and the form stays in New.
+  const box = page.locator('.dialog.msgbox');
+  await box.waitFor();
+  assert.equal(await box.locator('.dialog-title').textContent(), '提示：');
+  assert.equal(await box.locator('.text').textContent(), '代码(KG)重复,请检查!');
+  assert.equal(await box.locator('.icon').getAttribute('class'), 'icon exclamation');
+  await page.keyboard.press('Enter');
+  await box.waitFor({ state: 'detached' });
+  await settled(page);
+  assert.ok(await win.locator('[data-command=FileSave]').isEnabled());
+
+  await win.locator('[data-control="qnT(0)"]').click();
+  await page.keyboard.press('Control+A');
+  await page.keyboard.type('T');
+  await page.keyboard.press('F4');
+  await settled(page);
+  assert.equal(await selectedRow(win).textContent(), 'T  公斤');
+  assert.equal(await win.locator('.tree-row').count(), 6);
+  assert.ok(await win.locator('[data-control="qnT(0)"]').isDisabled());
+
+  // Find asks for the name in an input box.
+  await page.keyboard.press('F6');
+  const input = page.locator('.dialog.input');
+  await input.waitFor();
+  await page.keyboard.type('千克');
+  await page.keyboard.press('Enter');
+  await input.waitFor({ state: 'detached' });
+  await settled(page);
+  assert.equal(await selectedRow(win).textContent(), 'KG  千克');
+  assert.equal(await win.locator('[data-control="qnT(1)"]').inputValue(), '千克');
+
+  // Delete answers a question; N keeps the record, Y deletes it and journals the line.
+  await win.locator('.tree-row[data-key=k4]').click();
+  await settled(page);
+  await page.keyboard.press('F3');
+  const question = page.locator('.dialog.msgbox');
+  await question.waitFor();
+  assert.equal(await question.locator('.text').textContent(), '是否删除当前记录:BOX  箱');
+  assert.deepEqual(await question.locator('button').allTextContents(), ['是(Y)', '否(N)']);
+  await screenshot(page, 'question-box.png');
+  await page.keyboard.press('n');
+  await question.waitFor({ state: 'detached' });
+  await settled(page);
+  assert.equal(await win.locator('.tree-row[data-key=k4]').count(), 1);
+  await page.keyboard.press('F3');
+  await question.waitFor();
+  await page.keyboard.press('y');
+  await question.waitFor({ state: 'detached' });
+  await settled(page);
+  assert.equal(await win.locator('.tree-row[data-key=k4]').count(), 0);
+
+  await page.click('#journal-toggle');
+  const line = page.locator('#journal-lines li', { hasText: '删除计量单位BOX  箱' });
+  await line.waitFor();
+  assert.equal(await line.locator('.j-form').textContent(), '计量单位');
+  const journal = execFileSync(KMD, ['journal', '--db', db], { encoding: 'utf8' });
+  assert.match(journal, /tester {2}JLDW {2}1 {2}计量单位 {2}删除计量单位BOX {2}箱/);
+
+  await page.click('#journal-toggle');
+  await win.locator('.tree-row[data-key=k2]').click();
+  await settled(page);
+  await screenshot(page, 'jldw.png');
+  assert.deepEqual(pageErrors, []);
+});
+
+test('coded hierarchy: a child under a leaf', async (t) => {
+  const { page, pageErrors } = await startKmd(t);
+  const win = await openForm(page, 'DQ');
+  await win.locator('.tree-row[data-key=k0102]').click();
+  await settled(page);
+  await win.locator('[data-command=FileNewNext]').click();
+  await settled(page);
+  assert.equal(await focused(page), 'qnT(0)');
+  await page.keyboard.type('01');
+  await page.keyboard.press('Enter');
+  await page.keyboard.type('杭州');
+  await page.keyboard.press('F4');
+  await settled(page);
+  assert.equal(await selectedRow(win).textContent(), '010201  杭州');
+  // The new row sits one level below 浙江, which now has a child.
+  const parent = win.locator('.tree-row[data-key=k0102]');
+  const child = win.locator('.tree-row[data-key=k010201]');
+  const indent = async (row) => parseInt(await row.evaluate((e) => e.style.paddingLeft), 10);
+  assert.ok(await indent(child) > await indent(parent));
+  assert.equal(await parent.locator('.toggle').textContent(), '▾');
+  assert.deepEqual(pageErrors, []);
+});
+
+test('a reload opens the tabs again with the last selection', async (t) => {
+  const { page } = await startKmd(t);
+  const win = await openForm(page, 'JLDW');
+  await win.locator('.tree-row[data-key=k3]').click();
+  await settled(page);
+  assert.equal(await selectedRow(win).textContent(), 'M  米');
+  await page.reload();
+  await page.waitForSelector('body[data-ready]');
+  const again = page.locator('.page.window.active[data-class=JLDW]');
+  await again.locator('.tree-row.selected').waitFor();
+  assert.equal(await selectedRow(again).textContent(), 'M  米');
+  assert.equal(await again.locator('[data-control="qnT(0)"]').inputValue(), 'M');
+  assert.equal(await page.locator('.tab').count(), 2);
+});
+
+test('a lost connection shows one line and a retry', async (t) => {
+  const { page, server } = await startKmd(t);
+  const win = await openForm(page, 'JLDW');
+  server.kill('SIGKILL');
+  await win.locator('.tree-row[data-key=k3]').click();
+  await page.locator('#offline').waitFor();
+  assert.match(await page.locator('#offline-text').textContent(), /连接中断/);
+  assert.ok(await page.locator('#retry').isVisible());
+});

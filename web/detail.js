@@ -4,6 +4,10 @@ import { el } from './dialogs.js';
 
 const isCaption = (c) => c && c.kind === 'label' && /[:：]\s*$/.test(c.caption);
 const takesCaption = (c) => c && ['text', 'textbox', 'combo', 'date', 'label', 'picture', 'other'].includes(c.kind) && !isCaption(c);
+// A field without a caption of its own takes the label before it as its caption.
+const wantsCaption = (c) => c && (['textbox', 'combo', 'date'].includes(c.kind) || (c.kind === 'text' && !c.caption));
+// "编码(&Q)" shows as "编码": the access key marks of the captions.
+export const plain = (caption) => (caption || '').replace(/\(&(.)\)/g, '').replace(/&(.)/g, '$1');
 const baseName = (name) => name.replace(/\(\d+\)$/, '');
 
 export class DetailPane {
@@ -35,43 +39,44 @@ export class DetailPane {
       const cell = el('div', { class: 'cell' });
       row.append(caption, cell);
       const rowControls = [c];
-      if (isCaption(c) && takesCaption(controls[i + 1])) {
+      if ((isCaption(c) && takesCaption(controls[i + 1])) || (c.kind === 'label' && c.caption && wantsCaption(controls[i + 1]))) {
         // A label that ends with a colon captions the control after it.
         this.bindCaption(c, caption);
         rowControls[0] = controls[++i];
       } else if (c.kind === 'text') {
-        caption.textContent = c.caption;
+        caption.textContent = plain(c.caption);
       }
       const first = rowControls[0];
-      if (first.kind === 'option' || first.kind === 'button') {
-        // Options of one array, and buttons next to each other, share a row.
+      if (first.kind === 'option' || first.kind === 'button' || first.kind === 'check') {
+        // Options of one array, and buttons or check boxes next to each other, share a row.
         while (controls[i + 1] && controls[i + 1].kind === first.kind &&
-               (first.kind === 'button' || baseName(controls[i + 1].name) === baseName(first.name))) {
+               (first.kind !== 'option' || baseName(controls[i + 1].name) === baseName(first.name))) {
           rowControls.push(controls[++i]);
         }
       }
       if (first.kind === 'label' && !isCaption(first) && rowControls[0] === c && c.caption) row.classList.add('heading');
       if (first.kind === 'list' || first.kind === 'grid') row.classList.add('wide');
       for (const rc of rowControls) cell.append(this.make(rc, caption));
-      this.bindRow(row, rowControls.map((rc) => rc.name));
+      this.bindRow(row, rowControls.map((rc) => rc.name), rowControls[0] === c && !caption.textContent);
       grid.append(row);
     }
     this.node.replaceChildren(grid);
   }
 
   bindCaption(c, caption) {
-    this.updaters.set(c.name, (m) => { caption.textContent = m.caption; });
+    caption.textContent = plain(c.caption);
+    this.updaters.set(c.name, (m) => { caption.textContent = plain(m.caption); });
   }
 
-  // A row is hidden when all its controls are.
-  bindRow(row, names) {
-    const visible = new Map();
+  // A row is hidden when all its controls are, and a row of bare labels while they are empty.
+  bindRow(row, names, bare) {
+    const shown = new Map();
     for (const n of names) {
       const inner = this.updaters.get(n);
       this.updaters.set(n, (m) => {
         inner?.(m);
-        visible.set(n, m.visible);
-        row.hidden = names.every((x) => visible.get(x) === false);
+        shown.set(n, m.visible && !(bare && m.kind === 'label' && !m.caption));
+        row.hidden = names.every((x) => shown.get(x) === false);
       });
     }
   }
@@ -122,7 +127,7 @@ export class DetailPane {
           this.updaters.set(c.name, (m) => {
             input.disabled = !m.enabled;
             if (m.maxLength > 0) input.maxLength = m.maxLength;
-            caption.textContent = m.caption || caption.textContent;
+            caption.textContent = plain(m.caption) || caption.textContent;
             this.setText(input, c.name, m.text);
           });
           return input;
@@ -163,21 +168,21 @@ export class DetailPane {
           this.win.send({ kind: 'click', control: c.name });
         });
         box.addEventListener('focus', () => this.win.focusControl(c.name));
-        const text = el('span', { text: c.caption });
+        const text = el('span', { text: plain(c.caption) });
         const label = el('label', { class: 'choice' }, box, text);
         this.updaters.set(c.name, (m) => {
           box.disabled = !m.enabled;
           box.checked = c.kind === 'option' ? m.value : m.value === 1;
           box.indeterminate = c.kind === 'check' && m.value === 2;
-          text.textContent = m.caption;
+          text.textContent = plain(m.caption);
           label.hidden = !m.visible;
         });
         return label;
       }
       case 'button': {
-        const button = this.common(el('button', { class: 'form-button', text: c.caption }), c);
+        const button = this.common(el('button', { class: 'form-button', text: plain(c.caption) }), c);
         button.addEventListener('click', () => this.win.send({ kind: 'click', control: c.name }));
-        this.updaters.set(c.name, (m) => { button.disabled = !m.enabled; button.textContent = m.caption; button.hidden = !m.visible; });
+        this.updaters.set(c.name, (m) => { button.disabled = !m.enabled; button.textContent = plain(m.caption); button.hidden = !m.visible; });
         return button;
       }
       case 'picture': {

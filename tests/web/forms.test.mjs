@@ -135,3 +135,23 @@ test('a lost connection shows one line and a retry', async (t) => {
   assert.match(await page.locator('#offline-text').textContent(), /连接中断/);
   assert.ok(await page.locator('#retry').isVisible());
 });
+
+test('every form of the library opens, draws and closes', async (t) => {
+  const { page, pageErrors } = await startKmd(t);
+  const forms = await page.evaluate(() => window.kmd.forms.map((f) => f.class));
+  assert.ok(forms.length >= 10);
+  for (const cls of forms) {
+    await page.click('#tab-home');
+    await page.click(`#groups .tile[data-class="${cls}"]`);
+    const win = page.locator(`.page.window.active[data-class="${cls}"]`);
+    await win.waitFor();
+    await settled(page);
+    assert.ok(await win.locator('.detail .field-row').count() > 0, cls);
+    // The toolbar of a form in browse state offers New.
+    assert.ok(await win.locator('[data-command=FileNew]').isEnabled(), cls);
+    await page.click(`.tab[data-window="${await win.getAttribute('data-window')}"] .tab-close`);
+    await win.waitFor({ state: 'detached' });
+  }
+  assert.deepEqual(await page.evaluate(() => fetch('/api/windows').then((r) => r.json())), { windows: [] });
+  assert.deepEqual(pageErrors, []);
+});

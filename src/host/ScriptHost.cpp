@@ -54,6 +54,7 @@ int ScriptHost::Run(std::istream& script, const std::string& name) {
     m_Out << "> " << line << "\n";
     try {
       Execute(line);
+      FlushJournal();
     } catch (const ScriptError& e) {
       m_Out.flush();
       m_Err << name << ":" << number << ": " << e.message << "\n";
@@ -61,6 +62,7 @@ int ScriptHost::Run(std::istream& script, const std::string& name) {
     }
   }
   RunPendingBrowse();
+  FlushJournal();
   m_Out.flush();
   return 0;
 }
@@ -339,10 +341,29 @@ bool ScriptHost::ChooseColor(const std::string& title, int32_t& color) {
   return true;
 }
 
+bool ScriptHost::ChooseFile(view::FileChoice& choice) {
+  std::string answer = m_Answers.empty() ? "Cancel" : TakeAnswer();
+  m_Out << "file " << choice.title << " -> " << answer << "\n";
+  if (answer == "Cancel" || answer.empty()) return false;
+  choice.files = {answer};
+  return true;
+}
+
 void ScriptHost::Message(const std::string& psMsg) { m_Out << "event Message | " << psMsg << "\n"; }
 
 void ScriptHost::ErrMessage(const std::string& psMsg, int32_t plLevel, const std::string& psTitle) {
   m_Out << "event ErrMessage " << plLevel << " " << psTitle << " | " << psMsg << "\n";
+  if ((plLevel == kJournal || plLevel == kJournalFailure) && m_Context)
+    m_Journal.push_back({m_Context->User().Name, m_Form ? m_Form->ClassName() : "", plLevel, psTitle, psMsg, ""});
+}
+
+// Journal lines are written after the command that raised them, outside its transaction.
+void ScriptHost::FlushJournal() {
+  if (m_Journal.empty() || !m_Context) return;
+  auto& connection = m_Context->GetDatabase()->GetConnection();
+  if (connection.InTransaction()) return;
+  for (const auto& line : m_Journal) WriteJournal(connection, line);
+  m_Journal.clear();
 }
 
 void ScriptHost::FormRefreshed() { m_Out << "event FormRefreshed\n"; }

@@ -8,6 +8,7 @@
 #include "frame/FormGuard.h"
 #include "frame/FormRegistry.h"
 #include "host/Context.h"
+#include "host/Journal.h"
 #include "view/Platform.h"
 
 namespace kmd::host {
@@ -36,6 +37,8 @@ class ScriptHost : public view::Platform, public IFormEvents {
   // The colour dialog: the answer "#RRGGBB" (or "RRGGBB") is typed into its hex box and taken with
   // OK; "Cancel", or no answer, cancels it.
   bool ChooseColor(const std::string& title, int32_t& color) override;
+  // The open-file dialog: the answer is the path chosen; "Cancel", or no answer, cancels it.
+  bool ChooseFile(view::FileChoice& choice) override;
 
   // Events of the current form.
   void Message(const std::string& psMsg) override;
@@ -69,6 +72,9 @@ class ScriptHost : public view::Platform, public IFormEvents {
   std::deque<std::string> m_Answers;
   const FormRegistry* m_Forms = nullptr;
   view::TextField* m_PendingBrowse = nullptr;
+  // Level-1 and level-9 reports waiting to be written to the journal table.
+  std::vector<JournalLine> m_Journal;
+  void FlushJournal();
 };
 
 }  // namespace kmd::host

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -59,8 +60,11 @@ int RealLaunch(const std::vector<std::string>& argv, const std::string& folder, 
     ::_exit(0);
   }
   int status = 0;
-  while (::waitpid(middle, &status, 0) < 0) {
-  }
+  pid_t waited;
+  do {
+    waited = ::waitpid(middle, &status, 0);
+  } while (waited < 0 && errno == EINTR);
+  if (waited < 0) return 0;  // already reaped elsewhere: the start went its way
   if (!WIFEXITED(status)) return -1;
   const int code = WEXITSTATUS(status);
   if (code == 126) return -2;

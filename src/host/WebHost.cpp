@@ -157,7 +157,10 @@ WebReply WebHost::OpenWindow(const json& body) {
   }
   int id;
   {
-    std::lock_guard<std::mutex> lock(m_Mutex);
+    // A page that reloads closes its windows and opens them again at once: the new window reads
+    // the status the old one is saving, so it waits (a little) for closes under way.
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    m_Closed.wait_for(lock, std::chrono::seconds(2), [this] { return m_Closing == 0; });
     id = m_NextId++;
   }
   auto window = std::make_shared<WebWindow>(id, m_Forms, *entry, program,
@@ -189,6 +192,7 @@ WebReply WebHost::ForWindow(const std::string& idText, const std::string& verb, 
     if (it != m_Windows.end()) {
       window = it->second;
       m_Windows.erase(it);
+      ++m_Closing;
     }
   } else {
     window = Find(*id);
@@ -197,7 +201,13 @@ WebReply WebHost::ForWindow(const std::string& idText, const std::string& verb, 
   if (verb == "view") return window->View(*rows);
   if (verb == "action") return window->Act(body, *rows);
   if (verb == "answer") return window->Answer(body, *rows);
-  if (verb == "close") return window->Close();
+  if (verb == "close") {
+    WebReply reply = window->Close();
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    --m_Closing;
+    m_Closed.notify_all();
+    return reply;
+  }
   return WebReply::Error(404, "no such request " + verb);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 #include <chrono>
+#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -66,6 +67,8 @@ class WebHost {
   Options m_Options;
   const FormRegistry& m_Forms;
   mutable std::mutex m_Mutex;
+  std::condition_variable m_Closed;
+  int m_Closing = 0;  // windows saving their status just now
   std::map<int, std::shared_ptr<WebWindow>> m_Windows;
   int m_NextId = 1;
   std::unique_ptr<httplib::Server> m_Server;

@@ -27,6 +27,7 @@ const char* const kFlagColumns[] = {"是否参与生产", "是否参与销售", 
 
 BM::BM(view::Platform& platform) : CodedHierarchy("BM", platform) {
   m_Title = "公司组织";
+  m_ReturnsDirty = true;
   m_Table = "kmdbm";
   m_IdColumn = "部门ID";
   m_CodeColumn = "部门编码";
@@ -303,5 +304,7 @@ bool BM::IsCanDeleteInUse(int32_t id, const std::string&) {
 }
 
 void BM::DeleteDeclined() { RaiseMessage("取消了删除!"); }
+
+int32_t BM::GetID() { return Value(text::Val(lblID->Caption())).ToLong(); }
 
 }  // namespace kmd

@@ -15,6 +15,8 @@ class BM : public CodedHierarchy {
   bool Refresh() override;
   bool FileEdit() override;
   bool FileSave() override;
+  // The numeric value of the internal-id label.
+  int32_t GetID() override;
 
  protected:
   bool InitSettings() override;

@@ -12,6 +12,7 @@ const char* const kInUseTitle = "操作提示";
 
 CPLB::CPLB(view::Platform& platform) : CodedHierarchy("CPLB", platform) {
   m_Title = "产品类别";
+  m_ReturnsDirty = true;
   m_Table = "kmdcplb";
   m_IdColumn = "类别ID";
   m_CodeColumn = "类别编码";

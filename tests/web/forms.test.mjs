@@ -160,3 +160,26 @@ test('every form of the library opens, draws and closes', async (t) => {
   assert.deepEqual(await page.evaluate(() => fetch('/api/windows').then((r) => r.json())), { windows: [] });
   assert.deepEqual(pageErrors, []);
 });
+
+test('the tree answers the keyboard: arrows, expand and collapse, a typed prefix', async (t) => {
+  const { page } = await startKmd(t);
+  const win = await openForm(page, 'DQ');
+  await win.locator('.tree-row[data-key=k01]').click();
+  await settled(page);
+  const press = async (key) => { await page.keyboard.press(key); await settled(page); };
+  await press('ArrowDown');
+  assert.equal(await selectedRow(win).textContent(), '0101  江苏');
+  await press('ArrowLeft'); // collapses 江苏
+  assert.equal(await win.locator('.tree-row[data-key=k010101]').count(), 0);
+  await press('ArrowRight'); // expands it again
+  await press('ArrowRight'); // and goes to its first child
+  assert.equal(await selectedRow(win).textContent(), '010101  南京');
+  await press('ArrowLeft'); // a leaf goes to its parent
+  assert.equal(await selectedRow(win).textContent(), '0101  江苏');
+  await page.keyboard.type('02');
+  await settled(page);
+  assert.equal(await selectedRow(win).textContent(), '02  华南');
+  await press('Alt+ArrowUp'); // the previous record
+  assert.notEqual(await selectedRow(win).textContent(), '02  华南');
+  assert.equal(await win.locator('[data-control="qnT(1)"]').inputValue(), (await selectedRow(win).textContent()).split('  ')[1]);
+});

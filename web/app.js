@@ -146,6 +146,9 @@ function setupKeys() {
   });
   window.addEventListener('pagehide', () => app.windows.forEach((w) => !w.closed && closeOnLeave(w.id)));
   window.addEventListener('resize', () => app.active?.treePane?.onScroll());
+  // The host closes windows no page has named for a while; these are still shown.
+  setInterval(() => app.windows.forEach((w) => !w.closed &&
+    fetch(`/api/windows/${w.id}/ping`, { method: 'POST', body: '{}' }).catch(() => {})), 30000);
 }
 
 async function start() {

@@ -2,6 +2,7 @@
 
 #include <httplib.h>
 
+#include <algorithm>
 #include <charconv>
 #include <vector>
 
@@ -70,11 +71,50 @@ std::string MimeOf(const std::string& name) {
 }  // namespace
 
 WebHost::WebHost(Options options, const FormRegistry* forms)
-    : m_Options(std::move(options)), m_Forms(forms ? *forms : AllForms()) {}
+    : m_Options(std::move(options)), m_Forms(forms ? *forms : AllForms()) {
+  auto every = std::clamp(m_Options.idle / 2, std::chrono::milliseconds(10), std::chrono::milliseconds(30000));
+  m_Reaper = std::thread([this, every] {
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    while (!m_Closed.wait_for(lock, every, [this] { return m_Stopping; })) {
+      lock.unlock();
+      CloseIdle();
+      lock.lock();
+    }
+  });
+}
 
 WebHost::~WebHost() {
   Stop();
+  {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Stopping = true;
+  }
+  m_Closed.notify_all();
+  m_Reaper.join();
   CloseAll();
+}
+
+void WebHost::CloseIdle() {
+  auto limit = std::chrono::steady_clock::now() - m_Options.idle;
+  std::vector<std::shared_ptr<WebWindow>> idle;
+  {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    for (auto it = m_Windows.begin(); it != m_Windows.end();) {
+      if (it->second->Seen() < limit) {
+        idle.push_back(it->second);
+        it = m_Windows.erase(it);
+        ++m_Closing;
+      } else {
+        ++it;
+      }
+    }
+  }
+  for (auto& w : idle) {
+    w->Close();
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    --m_Closing;
+    m_Closed.notify_all();
+  }
 }
 
 size_t WebHost::WindowCount() const {
@@ -198,6 +238,8 @@ WebReply WebHost::ForWindow(const std::string& idText, const std::string& verb, 
     window = Find(*id);
   }
   if (!window) return WebReply::Error(404, "unknown window " + idText);
+  window->Touch();
+  if (verb == "ping") return {200, {{"window", *id}}};
   if (verb == "view") return window->View(*rows);
   if (verb == "action") return window->Act(body, *rows);
   if (verb == "answer") return window->Answer(body, *rows);

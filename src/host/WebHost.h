@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 
 #include "frame/FormRegistry.h"
 #include "host/WebWindow.h"
@@ -31,6 +32,7 @@ struct WebRequest {
 //   POST /api/windows/ID/action         a user action (see PerformAction), {"rows": [first, count]}
 //   POST /api/windows/ID/answer         {"dialog": n, "answer": ...}
 //   POST /api/windows/ID/close          DoSaveFormStatus and Clear (also DELETE /api/windows/ID)
+//   POST /api/windows/ID/ping           the page still shows the window
 //   GET  /api/journal?since=T&limit=N   the journal lines
 // A refused request answers 4xx with {"error": "..."} and changes nothing.
 class WebHost {
@@ -39,6 +41,10 @@ class WebHost {
     std::string database;
     IUserInfo user;
     std::chrono::milliseconds wait{std::chrono::seconds(15)};
+    // A window that no request has named for this long is closed as if its page had closed it:
+    // the page that shows it pings it twice a minute, so only a page gone without a word (a
+    // browser that crashed) leaves such a window.
+    std::chrono::milliseconds idle{std::chrono::minutes(10)};
   };
   explicit WebHost(Options options, const FormRegistry* forms = nullptr);
   // Closes every open window.
@@ -63,6 +69,8 @@ class WebHost {
   WebReply ForWindow(const std::string& idText, const std::string& verb, const WebRequest& request);
   WebReply Journal(const WebRequest& request);
   std::shared_ptr<WebWindow> Find(int id) const;
+  // Closes the windows idle for longer than Options::idle.
+  void CloseIdle();
 
   Options m_Options;
   const FormRegistry& m_Forms;
@@ -72,6 +80,8 @@ class WebHost {
   std::map<int, std::shared_ptr<WebWindow>> m_Windows;
   int m_NextId = 1;
   std::unique_ptr<httplib::Server> m_Server;
+  bool m_Stopping = false;
+  std::thread m_Reaper;
 };
 
 // The page's files, built into the program: name ("index.html") and content.

@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -50,6 +51,11 @@ class WebWindow : public view::Platform, public IFormEvents {
   WebWindow& operator=(const WebWindow&) = delete;
 
   int Id() const { return m_Id; }
+  // The page named the window in a request; Seen gives when it last did.
+  void Touch() { m_Seen = std::chrono::steady_clock::now().time_since_epoch().count(); }
+  std::chrono::steady_clock::time_point Seen() const {
+    return std::chrono::steady_clock::time_point(std::chrono::steady_clock::duration(m_Seen.load()));
+  }
   const FormRegistry::Entry& Entry() const { return m_Entry; }
 
   // Creates the form by class name, then Init with the program id, Refresh, DoGetFormStatus.
@@ -125,6 +131,7 @@ class WebWindow : public view::Platform, public IFormEvents {
   std::optional<nlohmann::json> m_Answer;
   nlohmann::json m_Events = nlohmann::json::array();
   std::string m_Status;
+  std::atomic<std::chrono::steady_clock::rep> m_Seen{std::chrono::steady_clock::now().time_since_epoch().count()};
   std::thread m_Thread;
 };
 

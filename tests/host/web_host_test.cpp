@@ -236,6 +236,22 @@ TEST_F(WebHostTest, FiftyWindowsLeaveNoThreadOrHandleBehind) {
   EXPECT_EQ(Entries("/proc/self/fd"), files);
 }
 
+TEST_F(WebHostTest, WindowsThatNoPageNamesAreClosedWithTheirStatusSaved) {
+  m_Host = std::make_unique<WebHost>(
+      WebHost::Options{m_Db, {"tester", (m_Dir / "home").string(), ""}, std::chrono::seconds(15), std::chrono::milliseconds(300)});
+  int kept = Open("JLDW");
+  int left = Open("JLDW");
+  Act(left, {{"kind", "pick"}, {"control", "TV"}, {"key", "k3"}});
+  for (int i = 0; i < 8; ++i) {
+    Ok("POST", "/api/windows/" + std::to_string(kept) + "/ping");
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  EXPECT_EQ(Call("GET", "/api/windows/" + std::to_string(left)).status, 404);
+  EXPECT_EQ(m_Host->WindowCount(), 1u);
+  json r = Ok("POST", "/api/windows", {{"class", "JLDW"}});
+  EXPECT_EQ(Control(r, "TV")->at("tree")["selectedKey"], "k3");
+}
+
 TEST_F(WebHostTest, ServesThePageAndTheApiOverHttp) {
   int port = m_Host->Bind("127.0.0.1", 0);
   ASSERT_GT(port, 0);

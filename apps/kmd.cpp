@@ -48,7 +48,8 @@ int main(int argc, char** argv) {
   auto* run = app.add_subcommand("run", "Run a form script (one command a line) and print its transcript");
   run->add_option("--db", db, "Database file")->required();
   run->add_option("SCRIPT", script, "Script file, or - for standard input")->required();
-  run->add_option("--home", home, "The user's home folder (form status files)");
+  run->add_option("--home", home, "The user's home folder (form status files in <home>/selfbb)")
+      ->capture_default_str();
   run->add_option("--user", user, "The user's name");
 
   kmd::apps::AddPackCommands(app);

@@ -56,7 +56,11 @@ void SetProfileValue(const std::string& path, const std::string& section, const 
 std::string StatusKey(const view::Control& control);
 
 // The walking routines: every control of the collection is loaded from (saved to) the section
-// "Form" of the file by its type. A control whose value cannot be read or set is left as it is,
+// "Form" of the file by its type: a text field's trimmed Value and Text (key_Value, key_Text), the
+// Value of check boxes, option buttons and date pickers, the trimmed Text of text and combo boxes,
+// the text of a tree's selected node (restored on the first node of that text, ignoring Latin
+// case), the Index of a list's selected row, and the widths of a qnGrid's columns from 1 on
+// (key_Col1, ...). Other controls are left out. A control whose value cannot be read or set is left as it is,
 // and the walk goes on; nothing is reported. The flag is there for callers and not read.
 void GetStatus(view::Controls& controls, const std::string& path, bool flag);
 void SaveStatus(view::Controls& controls, const std::string& path, bool flag);

@@ -183,3 +183,31 @@ test('the tree answers the keyboard: arrows, expand and collapse, a typed prefix
   assert.notEqual(await selectedRow(win).textContent(), '02  华南');
   assert.equal(await win.locator('[data-control="qnT(1)"]').inputValue(), (await selectedRow(win).textContent()).split('  ')[1]);
 });
+
+test('a reference field opens its browse window with F7 and takes the picked row', async (t) => {
+  const { page } = await startKmd(t);
+  const win = await openForm(page, 'BM');
+  await win.locator('.tree-row[data-key=k01]').click();
+  await settled(page);
+  await page.keyboard.press('F8');
+  await settled(page);
+  await win.locator('[data-control="qnTxt"]').focus();
+  await page.keyboard.press('F7');
+  const browse = page.locator('.dialog.browse');
+  await browse.waitFor();
+  assert.equal(await browse.locator('.dialog-title').textContent(), '仓库属性');
+  assert.equal(await browse.locator('tbody tr').count(), 3);
+  await page.keyboard.type('废品');
+  assert.equal(await browse.locator('tbody tr').count(), 1);
+  await page.keyboard.press('Enter');
+  await browse.waitFor({ state: 'detached' });
+  await settled(page);
+  assert.equal(await win.locator('[data-control="qnTxt"]').inputValue(), '废品仓');
+  // Esc leaves the field as it was.
+  await page.keyboard.press('F7');
+  await browse.waitFor();
+  await page.keyboard.press('Escape');
+  await browse.waitFor({ state: 'detached' });
+  await settled(page);
+  assert.equal(await win.locator('[data-control="qnTxt"]').inputValue(), '废品仓');
+});

@@ -235,9 +235,14 @@ json WebWindow::Snapshot() {
     std::lock_guard<std::mutex> lock(m_Mutex);
     rows = m_Rows;
   }
-  json view = ViewModel(*m_Form, rows);
-  view["status"] = m_Status;
-  return view;
+  try {
+    json view = ViewModel(*m_Form, rows);
+    view["status"] = m_Status;
+    return view;
+  } catch (const std::exception& e) {
+    // A control that cannot be read must not end the window's thread.
+    return {{"controls", json::array()}, {"toolbar", json::object()}, {"status", std::string("显示出错：") + e.what()}};
+  }
 }
 
 json WebWindow::Ask(json dialog) {

@@ -51,11 +51,6 @@ int32_t FlatDictionary::EditingId() const {
   return Value(text::Val(m_IdLabel->Caption())).ToLong();
 }
 
-void FlatDictionary::Refuse(const Refusal& r) {
-  if (r.channel == Refusal::Box) MsgBox(r.text, r.style, r.title);
-  else if (r.channel == Refusal::Report) RaiseErrMessage(r.text, r.level, r.title);
-}
-
 bool FlatDictionary::RefuseEmpty(view::TextField& field, const std::string& text, int style,
                                  const std::string& title) {
   if (!field.Text().empty()) return false;

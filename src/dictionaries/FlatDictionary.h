@@ -33,15 +33,6 @@ class FlatDictionary : public Form {
   std::string Title() const override { return m_Title; }
 
  protected:
-  // A refusal shown as a modal box, reported to the host through ErrMessage, or kept silent.
-  struct Refusal {
-    enum Channel { Box, Report, Silent } channel = Report;
-    std::string text;
-    int style = 0;  // icon of a box
-    std::string title = "提示：";
-    int32_t level = kSelection;  // level of a report
-  };
-
   // ---- The member's data. ----
   std::string m_Title;            // title of its reports
   std::string m_RootText;         // text of the root node
@@ -72,7 +63,7 @@ class FlatDictionary : public Form {
   std::string m_EmptyNameText;
   int m_DuplicateStyle = view::vbInformation;
   // The generic IsCanDelete refuses a system row this way.
-  Refusal m_SystemRowRefusal;
+  Refusal m_SystemRowRefusal{Refusal::Report, "", 0, "提示：", kSelection};
   // Where set (text not empty), the generic IsCanEdit refuses a system row this way.
   Refusal m_EditSystemRowRefusal{Refusal::Box, "", view::vbInformation, "提示:", kSelection};
 
@@ -144,7 +135,6 @@ class FlatDictionary : public Form {
   // The field that holds the name (qnT(1), or qnT(0) where there is no code column).
   view::TextField& NameField() const;
   std::string NodeText(const std::string& code, const std::string& name) const;
-  void Refuse(const Refusal& r);
 
   // Runs a query; reports a failed statement with `prefix` and gives null.
   db::RecordsetPtr Query(const std::string& sql);

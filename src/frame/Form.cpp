@@ -159,6 +159,11 @@ void Form::ClearFields() {
   ClearControlValues(m_Controls);
 }
 
+void Form::Refuse(const Refusal& r) {
+  if (r.channel == Refusal::Box) MsgBox(r.text, r.style, r.title);
+  else if (r.channel == Refusal::Report) RaiseErrMessage(r.text, r.level, r.title);
+}
+
 void Form::DoGetFormStatus() {
   if (!m_Context) return;
   try {

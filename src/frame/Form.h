@@ -84,6 +84,17 @@ class Form : public IFormUI, public IDesignUI {
   bool NoPrinting();
 
   int MsgBox(const std::string& text, int style, const std::string& title);
+
+  // A refusal of a command, shown as a modal box, reported to the host through ErrMessage, or
+  // kept silent, as each form words it.
+  struct Refusal {
+    enum Channel { Box, Report, Silent } channel = Box;
+    std::string text;
+    int style = view::vbInformation;  // icon and buttons of a box
+    std::string title = "提示：";
+    int32_t level = kSelection;  // level of a report
+  };
+  void Refuse(const Refusal& r);
   // The database of the context, fetched at each use. Throws RuntimeError before Init.
   std::shared_ptr<db::IDatabase> Database() const;
   IFormContext& Context() const;

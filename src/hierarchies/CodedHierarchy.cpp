@@ -40,11 +40,6 @@ std::string CodedHierarchy::Name() const { return text::Trim(m_NameBox->Text());
 
 int32_t CodedHierarchy::EditingId() const { return Value(text::Val(m_IdLabel->Caption())).ToLong(); }
 
-void CodedHierarchy::Refuse(const Refusal& r) {
-  if (r.channel == Refusal::Box) MsgBox(r.text, r.style, r.title);
-  else RaiseErrMessage(r.text, r.level, r.title);
-}
-
 bool CodedHierarchy::HasRow(const std::string& sql) {
   auto rs = Database()->CreateCommand(sql, 1)->OpenRecordset();
   bool found = !rs->Eof();

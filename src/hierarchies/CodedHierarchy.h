@@ -43,15 +43,6 @@ class CodedHierarchy : public Form {
   std::string Title() const override { return m_Title; }
 
  protected:
-  // A refusal shown as a modal box or reported to the host through ErrMessage.
-  struct Refusal {
-    enum Channel { Box, Report } channel = Box;
-    std::string text;
-    int style = view::vbInformation;  // icon and buttons of a box
-    std::string title = "提示：";
-    int32_t level = kSelection;  // level of a report
-  };
-
   // One duplicate test of a save: a row found by `sql` refuses with a box. Where `foundColumn` is
   // set, the box reads text + that column of the found row + textAfter.
   struct SaveCheck {
@@ -178,7 +169,6 @@ class CodedHierarchy : public Form {
   std::string FullCode() const;    // ParentText() + Segment()
   std::string Name() const;        // trimmed name box
   int32_t EditingId() const;       // the id label's number
-  void Refuse(const Refusal& r);
   // True when the statement gives a row.
   bool HasRow(const std::string& sql);
   static std::string Str(db::Recordset& rs, const std::string& column) { return rs.Fields(column).ToText(); }

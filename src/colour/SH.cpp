@@ -6,6 +6,8 @@ namespace kmd {
 
 SH::SH(view::Platform& platform) : FlatDictionary("SH", platform) {
   m_Title = "色号";
+  m_ReturnsDirty = false;
+  m_PrintMessage = false;
   m_RootText = "色号";
   m_LoadSql = "select * from kmdcolor order by 色号";
   m_IdColumn = "色号ID";

@@ -6,7 +6,11 @@
 namespace kmd {
 
 FlatDictionary::FlatDictionary(std::string className, view::Platform& platform)
-    : Form(std::move(className), platform) {}
+    : Form(std::move(className), platform) {
+  // Most flat dictionaries answer IsDirty with the flag and say there is no printing yet.
+  m_ReturnsDirty = true;
+  m_PrintMessage = true;
+}
 
 void FlatDictionary::InitProperties() {
   m_Tv->Selected = [this](const NodePtr& node) { m_Tv_Selected(node); };

@@ -26,15 +26,9 @@ class FlatDictionary : public Form {
   bool FindNext() override;
   bool RecordPrevious() override;
   bool RecordNext() override;
-  bool IsDirty() override { return m_ReturnsDirty ? m_IsDirty : false; }
-  bool PrintPreview() override { return m_PrintMessage ? NoPrinting() : false; }
-  bool DoPrint() override { return m_PrintMessage ? NoPrinting() : false; }
-  bool PrintSetup() override { return m_PrintMessage ? NoPrinting() : false; }
-  std::string Title() const override { return m_Title; }
 
  protected:
   // ---- The member's data. ----
-  std::string m_Title;            // title of its reports
   std::string m_RootText;         // text of the root node
   std::string m_LoadSql;          // the statement of Refresh
   std::string m_IdColumn;         // key column
@@ -43,8 +37,6 @@ class FlatDictionary : public Form {
   bool m_NodeShowsCode = true;    // node text "code  name", else the name alone
   std::string m_LoadErrorPrefix;  // put before the description of a failed load
   bool m_RaisesFormRefreshed = false;
-  bool m_ReturnsDirty = true;
-  bool m_PrintMessage = true;
   bool m_HasFind = true;
   bool m_HasFindNext = true;
   bool m_HasMovement = true;

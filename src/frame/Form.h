@@ -27,7 +27,7 @@ class Form : public IFormUI, public IDesignUI {
   // Property 4 unless a form numbers them otherwise).
   virtual int32_t EventNumber(FormEvent e) const;
   // The title a form gives its reports; used for failures that escape a form's own handlers.
-  virtual std::string Title() const { return m_ClassName; }
+  virtual std::string Title() const { return m_Title.empty() ? m_ClassName : m_Title; }
   view::Platform& GetPlatform() const { return m_Platform; }
   view::TreeView* Tree() const { return m_Tv ? m_Tv->ctrl() : nullptr; }
   // The host sized the form's inner area (twips): the tree, the bar and the detail frame follow.
@@ -53,15 +53,16 @@ class Form : public IFormUI, public IDesignUI {
   bool RecordBottom() override { return false; }
   bool Check() override { return false; }
   bool UnCheck() override { return false; }
-  bool PrintPreview() override { return false; }
-  bool DoPrint() override { return false; }
-  bool PrintSetup() override { return false; }
+  bool PrintPreview() override { return m_PrintMessage ? NoPrinting() : false; }
+  bool DoPrint() override { return m_PrintMessage ? NoPrinting() : false; }
+  bool PrintSetup() override { return m_PrintMessage ? NoPrinting() : false; }
   bool Help() override { return false; }
   bool DoSetStatus(const std::string&, int32_t) override { return false; }
   int32_t GetID() override { return m_ID; }
   bool CheckStatus(const std::string&) override { return false; }
   std::string ReturnPrintName() override { return ""; }
-  bool IsDirty() override { return false; }
+  // The flag where the form answers with it; the others always say False.
+  bool IsDirty() override { return m_ReturnsDirty ? m_IsDirty : false; }
   // The last state of the controls from the user's status file named by the class, then the
   // restored tree selection through RestoreSelected. Nothing is reported.
   void DoGetFormStatus() override;
@@ -123,6 +124,11 @@ class Form : public IFormUI, public IDesignUI {
   // m_IsDirty.
   void SetReference(view::TextField& field, const std::string& errorText, const std::string& valueColumn,
                     const std::string& textColumn, const std::string& selectSql, const std::string& lookupKey);
+
+  // ---- What distinguishes one form's contract from another's. ----
+  std::string m_Title;          // title of its reports and boxes; the class name when empty
+  bool m_ReturnsDirty = false;  // IsDirty answers m_IsDirty
+  bool m_PrintMessage = false;  // the print commands say there is no printing yet
 
   IFormContext* m_Context = nullptr;
   std::unique_ptr<IIdAllocator> m_IdAllocator;

@@ -28,6 +28,7 @@ const char* const kFlagColumns[] = {"是否参与生产", "是否参与销售", 
 BM::BM(view::Platform& platform) : CodedHierarchy("BM", platform) {
   m_Title = "公司组织";
   m_ReturnsDirty = true;
+  m_PrintMessage = true;
   m_Table = "kmdbm";
   m_IdColumn = "部门ID";
   m_CodeColumn = "部门编码";

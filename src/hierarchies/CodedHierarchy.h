@@ -35,12 +35,7 @@ class CodedHierarchy : public Form {
   bool FindNext() override;
   bool RecordPrevious() override;
   bool RecordNext() override;
-  bool IsDirty() override { return m_ReturnsDirty ? m_IsDirty : false; }
   std::string Attributes(int32_t index) override { return index == 0 ? "True" : ""; }
-  bool PrintPreview() override { return m_PrintMessage ? NoPrinting() : false; }
-  bool DoPrint() override { return m_PrintMessage ? NoPrinting() : false; }
-  bool PrintSetup() override { return m_PrintMessage ? NoPrinting() : false; }
-  std::string Title() const override { return m_Title; }
 
  protected:
   // One duplicate test of a save: a row found by `sql` refuses with a box. Where `foundColumn` is
@@ -63,7 +58,6 @@ class CodedHierarchy : public Form {
   };
 
   // ---- The member's data. ----
-  std::string m_Title;       // title of its reports
   std::string m_Table;       // as written in the id allocation and the default statements
   std::string m_IdColumn;
   std::string m_CodeColumn;
@@ -79,8 +73,6 @@ class CodedHierarchy : public Form {
   bool m_LoadFillsGaps = false;
   int m_LevelLimit = 0;  // FileNewNext refuses from this level of the shown code on; 0: none
   bool m_HasFindNext = true;
-  bool m_PrintMessage = false;
-  bool m_ReturnsDirty = false;
   std::string m_EmptyNameText;
   Refusal m_NonDetailRefusal{Refusal::Box, "不能修改非明细级编码,请检查!", view::vbOKOnly, ""};
   Refusal m_DeleteNothingSelected{Refusal::Box, "无选择项目,不能进行删除!   ", view::vbInformation, "提示："};

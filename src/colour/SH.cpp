@@ -8,6 +8,7 @@ SH::SH(view::Platform& platform) : FlatDictionary("SH", platform) {
   m_Title = "色号";
   m_ReturnsDirty = false;
   m_PrintMessage = false;
+  m_RaisesFormRefreshed = true;
   m_RootText = "色号";
   m_LoadSql = "select * from kmdcolor order by 色号";
   m_IdColumn = "色号ID";

@@ -10,6 +10,7 @@ FlatDictionary::FlatDictionary(std::string className, view::Platform& platform)
   // Most flat dictionaries answer IsDirty with the flag and say there is no printing yet.
   m_ReturnsDirty = true;
   m_PrintMessage = true;
+  m_RaisesFormRefreshed = false;
 }
 
 void FlatDictionary::InitProperties() {

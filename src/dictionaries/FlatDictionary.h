@@ -36,7 +36,6 @@ class FlatDictionary : public Form {
   std::string m_NameColumn;       // name column
   bool m_NodeShowsCode = true;    // node text "code  name", else the name alone
   std::string m_LoadErrorPrefix;  // put before the description of a failed load
-  bool m_RaisesFormRefreshed = false;
   bool m_HasFind = true;
   bool m_HasFindNext = true;
   bool m_HasMovement = true;

@@ -129,6 +129,7 @@ class Form : public IFormUI, public IDesignUI {
   std::string m_Title;          // title of its reports and boxes; the class name when empty
   bool m_ReturnsDirty = false;  // IsDirty answers m_IsDirty
   bool m_PrintMessage = false;  // the print commands say there is no printing yet
+  bool m_RaisesFormRefreshed = true;  // a successful Refresh ends with FormRefreshed
 
   IFormContext* m_Context = nullptr;
   std::unique_ptr<IIdAllocator> m_IdAllocator;

@@ -132,7 +132,7 @@ bool CodedHierarchy::Refresh() {
   SelectAfterLoad();
   m_Tv->ReSelectItem(nullptr);
   m_IsDirty = false;
-  RaiseFormRefreshed();
+  if (m_RaisesFormRefreshed) RaiseFormRefreshed();
   return true;
 }
 

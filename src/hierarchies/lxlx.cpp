@@ -7,6 +7,7 @@ namespace kmd {
 
 lxlx::lxlx(view::Platform& platform) : CodedHierarchy("lxlx", platform) {
   m_Title = "联系类型";
+  m_RaisesFormRefreshed = false;
   m_Table = "kmdlxlx";
   m_IdColumn = "联系类型ID";
   m_CodeColumn = "编码";

@@ -9,6 +9,7 @@ SH::SH(view::Platform& platform) : FlatDictionary("SH", platform) {
   m_ReturnsDirty = false;
   m_PrintMessage = false;
   m_RaisesFormRefreshed = true;
+  m_HasFindNext = false;  // Find and the record movement work, a further search does not
   m_RootText = "色号";
   m_LoadSql = "select * from kmdcolor order by 色号";
   m_IdColumn = "色号ID";

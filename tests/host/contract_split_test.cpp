@@ -68,3 +68,23 @@ TEST(ContractSplit, IsDirtyAndAttributesFollowTheForm) {
   }
   EXPECT_EQ(checked, static_cast<int>(answersDirty.size() + alwaysClean.size()));
 }
+
+// A further search is offered only by the forms that keep the last search text; Find and the
+// record movement are missing only in the employee categories.
+TEST(ContractSplit, FlatDictionariesSearchAndMoveWhereOffered) {
+  const std::set<std::string> findsNext = {"JLDW", "XSY", "ZW", "QMSPOItem", "QMSCMItem"};
+  const std::set<std::string> noFindNext = {"CGY", "WHCD", "ZYLB", "SKFS", "HYFS", "BillType", "Item", "SH"};
+  SilentPlatform p;
+  for (const auto& name : findsNext) {
+    auto f = host::AllForms().Create(name, p);
+    ASSERT_TRUE(f) << name;
+    EXPECT_TRUE(f->FindNext()) << name;
+  }
+  for (const auto& name : noFindNext) {
+    auto f = host::AllForms().Create(name, p);
+    ASSERT_TRUE(f) << name;
+    EXPECT_FALSE(f->FindNext()) << name;
+    EXPECT_EQ(f->Find(Value()), name != "ZYLB") << name;
+    EXPECT_EQ(f->RecordNext() || f->RecordPrevious(), name != "ZYLB") << name;
+  }
+}

@@ -7,23 +7,19 @@ namespace kmd::db {
 
 int32_t NextId(Connection& connection, const std::string& table, const std::string& keyColumn) {
   std::string name = text::LCase(text::Trim(table));
-  std::string key = text::Trim(keyColumn);
+  std::string highest = "(SELECT coalesce(max(\"" + text::Trim(keyColumn) + "\"), 0) FROM " + name + ")";
+  // One statement reads the table's highest key, steps the counter and gives it back, so that two
+  // connections saving into the same table at once never receive the same id.
   QueryResult r;
-  std::string err = connection.Run("SELECT max(\"" + key + "\") FROM " + name, {}, &r);
+  std::string err = connection.Run(
+      "INSERT INTO xt_idcounter (tablename, lastid) VALUES (?, " + highest + " + 1) "
+      "ON CONFLICT(tablename) DO UPDATE SET lastid = max(lastid, " + highest + ") + 1 RETURNING lastid",
+      {Value(name)}, &r);
   if (!err.empty()) throw RuntimeError(err);
-  double highest = r.rows.empty() ? 0 : r.rows[0][0].ToDouble();
-  err = connection.Run("SELECT lastid FROM xt_idcounter WHERE tablename = ?", {Value(name)}, &r);
-  if (!err.empty()) throw RuntimeError(err);
-  double counter = r.rows.empty() ? 0 : r.rows[0][0].ToDouble();
-  double next = std::max(highest, counter) + 1;
+  if (r.rows.empty()) throw RuntimeError("no id was given for " + name);
+  double next = r.rows[0][0].ToDouble();
   if (next > 2147483647.0) throw RuntimeError("Overflow");
-  auto id = static_cast<int32_t>(next);
-  err = connection.Run(
-      "INSERT INTO xt_idcounter (tablename, lastid) VALUES (?, ?) "
-      "ON CONFLICT(tablename) DO UPDATE SET lastid = excluded.lastid",
-      {Value(name), Value(id)}, nullptr);
-  if (!err.empty()) throw RuntimeError(err);
-  return id;
+  return static_cast<int32_t>(next);
 }
 
 }  // namespace kmd::db

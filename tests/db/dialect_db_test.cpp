@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <set>
+#include <thread>
+#include <vector>
+
 #include "base/RuntimeError.h"
 #include "db/Database.h"
 #include "db/Dialect.h"
@@ -92,6 +97,31 @@ TEST_F(DbTest, NextIdSharesOneCounterPerTableAndStaysAboveTheHighestKey) {
   EXPECT_EQ(db::NextId(*conn, "KmdSkfs", "收款方式ID"), 41);
   EXPECT_EQ(db::NextId(*conn, "kmdwldw", "往来ID"), 4);
   EXPECT_THROW(db::NextId(*conn, "nosuch", "id"), RuntimeError);
+}
+
+// Two windows of the web host save into one table at once, each over a connection of its own.
+TEST(IdCounter, ConnectionsRacingForIdsNeverShareOne) {
+  std::string path = testing::TempDir() + "idcounter_race.db";
+  std::remove(path.c_str());
+  {
+    db::SqliteConnection setup(path);
+    ASSERT_EQ(setup.RunScript("CREATE TABLE xt_idcounter (tablename TEXT PRIMARY KEY, lastid INTEGER);"
+                              "CREATE TABLE kmdjldw (单位ID INTEGER PRIMARY KEY);"),
+              "");
+  }
+  std::vector<int32_t> ids[2];
+  auto take = [&path](std::vector<int32_t>& out) {
+    db::SqliteConnection conn(path);
+    for (int i = 0; i < 40; ++i) out.push_back(db::NextId(conn, "kmdjldw", "单位ID"));
+  };
+  std::thread a(take, std::ref(ids[0])), b(take, std::ref(ids[1]));
+  a.join();
+  b.join();
+  std::set<int32_t> all(ids[0].begin(), ids[0].end());
+  all.insert(ids[1].begin(), ids[1].end());
+  EXPECT_EQ(all.size(), 80u);
+  EXPECT_EQ(*all.rbegin(), 80);
+  std::remove(path.c_str());
 }
 
 TEST_F(DbTest, AddNewWritesARowThroughTheRecordset) {

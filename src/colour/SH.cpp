@@ -1,6 +1,5 @@
 #include "colour/SH.h"
 
-#include "base/RuntimeError.h"
 
 namespace kmd {
 
@@ -78,8 +77,8 @@ std::vector<std::string> SH::DeleteSql() const {
   return {"delete from kmdcolor where 色号ID=" + std::to_string(m_ID)};
 }
 
-// No system-row test and no transaction. A failed statement is reported, then ends the delete
-// through the error handler, which writes the journal line.
+// No system-row test and no transaction. A failed statement is reported with its cause, then
+// ends the delete through the error handler's line, which has none.
 bool SH::FileDelete() {
   try {
     if (!m_Tv->IsSelected()) {
@@ -97,8 +96,10 @@ bool SH::FileDelete() {
       db->CreateCommand(DeleteSql().front(), 1)->Execute();
       std::string err = db->LastError().Description();
       if (!err.empty()) {
+        // The failed statement raised no run-time error, so the handler's line has no cause.
         RaiseErrMessage("删除数据时出错：" + err, kFailure, m_Title);
-        throw RuntimeError(err);
+        RaiseErrMessage(m_DeleteErrorText, kFailure, m_Title);
+        return false;
       }
       RaiseErrMessage("成功删除数据,色号ID=" + std::to_string(m_ID), kJournal, m_Title);
       m_Tv->NodeDelete(node, true);

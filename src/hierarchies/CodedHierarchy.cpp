@@ -142,7 +142,10 @@ void CodedHierarchy::m_Tv_Selected(const NodePtr& node) {
   try {
     ClearEditFields();
     if (!node || !node->Parent()) {
+      // The root shows no record: no id and no parent code, so a new record there is first-level.
       m_ID = 0;
+      m_IdLabel->SetCaption("");
+      m_ParentLabel->SetCaption("");
       return;
     }
     m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();

@@ -64,10 +64,10 @@ std::vector<CodedHierarchy::SaveCheck> SRLB::SaveChecks(bool isNew, const std::s
   if (isNew)
     return {{" Select  * From KMDSRLB Where 类别名称='" + name + "'", "类别名称重复,请检查!"},
             {" Select * From KMDSRLB Where 类别编码='" + code + "' ", codeTaken, nullptr, "类别名称", after}};
-  // The name clash of a changed record reads as the department form's.
+  // A changed record's name clash reads as the department form's; its code clash names the typed
+  // name, not the found one.
   return {{" Select  * From KMDSRLB Where 类别ID <> " + id + " and 类别名称='" + name + "'", "部门名称重复,请检查!"},
-          {" Select * From KMDSRLB Where 类别ID <> " + id + " and 类别编码='" + code + "' ", codeTaken, nullptr,
-           "类别名称", after}};
+          {" Select * From KMDSRLB Where 类别ID <> " + id + " and 类别编码='" + code + "' ", codeTaken + name + after}};
 }
 
 std::string SRLB::DetailCheckSql(const std::string& id) const { return " Select * From KMDSRLB Where 类别ID =" + id; }

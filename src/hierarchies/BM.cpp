@@ -70,6 +70,7 @@ BM::BM(view::Platform& platform) : CodedHierarchy("BM", platform) {
                "SELECT code,caption,text from xt_billattribute where progID='200003'  and attribute='仓库属性' " +
                    std::string(" and (code='@' or caption='@')"),
                "st_attribute");
+  qnTxt->GetReference().CheckInput = true;
   Chk(3).Click = [this] {
     m_IsDirty = true;
     m_WarehouseFrame->SetVisible(Chk(3).GetValue() == 1);
@@ -205,13 +206,14 @@ bool BM::IsCanAddChild(const std::string&) {
   return false;
 }
 
-// A new unit is a used leaf; a warehouse holds stock and shows its properties.
+// A new unit is a used leaf; a warehouse holds stock and shows its properties, the other kinds
+// hide them, and a page without a kind leaves them as they are.
 void BM::OnNewRecord(bool child) {
   RaiseMessage(child ? "新建下级部门中..." : "新建部门中...");
   Chk(6).SetValue(1);
   Chk(7).SetValue(1);
   if (m_OrgType == 2) Chk(3).SetValue(1);
-  m_WarehouseFrame->SetVisible(m_OrgType == 2);
+  if (m_OrgType >= 1 && m_OrgType <= 4) m_WarehouseFrame->SetVisible(m_OrgType == 2);
 }
 
 bool BM::FileEdit() {

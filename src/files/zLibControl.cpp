@@ -130,6 +130,11 @@ void RemoveQuietly(const std::string& path) {
   fs::remove(path, ec);
 }
 
+// A stored name loses whatever stands before a ":" in its second place, drive letter or not.
+std::string WithoutDrive(const std::string& name) {
+  return name.size() >= 2 && name[1] == ':' ? name.substr(2) : name;
+}
+
 int32_t CheckedLong(int64_t v, const std::string& what) {
   if (v > std::numeric_limits<int32_t>::max()) Fail("Overflow: " + what + " is larger than 2 GB");
   return static_cast<int32_t>(v);
@@ -185,7 +190,7 @@ std::string zLibControl::filename(int32_t Index) const {
 
 void zLibControl::SetFilename(int32_t Index, const std::string& value) {
   if (!ValidIndex(Index)) return;
-  std::string name = zpath::ToWindows(zpath::HasDrive(value) ? value.substr(2) : value);
+  std::string name = zpath::ToWindows(WithoutDrive(value));
   if (name.empty() || name[0] != '\\') name.insert(name.begin(), '\\');
   m_Files[Index].filename = name;
 }
@@ -371,7 +376,7 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
 // the output folder ("..") or name no file are skipped, and so is a target that is a folder.
 std::string zLibControl::CalculateTargetPath(const std::string& name, const std::string& outputpath, bool UsePaths,
                                              bool Overwrite) const {
-  std::string n = zpath::ToWindows(zpath::HasDrive(name) ? name.substr(2) : name);
+  std::string n = zpath::ToWindows(WithoutDrive(name));
   // Names written here always begin with "\"; without one the name would run into the folder's.
   if (n.empty() || n[0] != '\\') n.insert(n.begin(), '\\');
   if (n.find('\0') != std::string::npos) return {};

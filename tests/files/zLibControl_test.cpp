@@ -407,6 +407,10 @@ TEST_F(ZLibTest, AddFileListsPatternsAndManagesTheList) {
   z.SetFilename(9, "x");  // ignored
   z.SetFilename(0, "y.txt");
   EXPECT_EQ(z.filename(0), "\\y.txt");
+  z.SetFilename(0, "D:\\x\\y.txt");
+  EXPECT_EQ(z.filename(0), "\\x\\y.txt");
+  z.SetFilename(0, "1:z.txt");  // whatever stands before a ":" in second place goes
+  EXPECT_EQ(z.filename(0), "\\z.txt");
 
   z.SetValue(5);
   z.reset();

@@ -5,6 +5,20 @@ import { request, setupRetry, closeOnLeave } from './api.js';
 import { el, isOpen } from './dialogs.js';
 import { FormWindow } from './window.js';
 
+// The pinyin initials of a title ("计量单位" -> "jldw"): each character falls between the first
+// characters of two initials in the browser's pinyin collation.
+const LETTERS = 'abcdefghjklmnopqrstwxyz';
+const BOUNDS = '阿八嚓哒妸发旮哈讥咔垃妈拏噢妑七呥仨他屲夕丫帀';
+const pinyin = new Intl.Collator('zh-CN-u-co-pinyin');
+export function initials(title) {
+  return [...title].map((ch) => {
+    if (!/[\u4e00-\u9fff]/.test(ch)) return ch.toLowerCase();
+    let at = -1;
+    for (let i = 0; i < BOUNDS.length; i++) if (pinyin.compare(ch, BOUNDS[i]) >= 0) at = i;
+    return at < 0 ? '' : LETTERS[at];
+  }).join('');
+}
+
 const TABS_KEY = 'kmd.tabs';
 const RECENT_KEY = 'kmd.recent';
 
@@ -99,10 +113,11 @@ const app = {
   },
 
   // The start page: recently opened forms first, then the forms by subsystem; the filter finds
-  // a form by its title or class name (the initials of its Chinese name).
+  // a form by its title, the pinyin initials of its title or its class name.
   drawHome() {
     const q = document.getElementById('filter').value.trim().toLowerCase();
-    const match = (f) => !q || f.title.toLowerCase().includes(q) || f.class.toLowerCase().includes(q) || f.subsystem.includes(q);
+    const match = (f) => !q || f.title.toLowerCase().includes(q) || f.class.toLowerCase().includes(q) ||
+      initials(f.title).includes(q) || f.subsystem.includes(q);
     const groups = new Map();
     const recent = JSON.parse(localStorage.getItem(RECENT_KEY) || '[]');
     const recentForms = recent.map((c) => this.forms.find((f) => f.class === c)).filter(Boolean);

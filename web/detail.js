@@ -9,6 +9,9 @@ const wantsCaption = (c) => c && (['textbox', 'combo', 'date'].includes(c.kind) 
 // "编码(&Q)" shows as "编码": the access key marks of the captions.
 export const plain = (caption) => (caption || '').replace(/\(&(.)\)/g, '').replace(/&(.)/g, '$1');
 const baseName = (name) => name.replace(/\(\d+\)$/, '');
+// A short Chinese label (no number, no code mask) reads as the caption of a value label after it.
+const looksCaption = (c) => c && c.kind === 'label' && /^[\u4e00-\u9fff][^\d*]{0,7}$/.test(plain(c.caption).trim());
+const bareLabel = (c) => c && c.kind === 'label' && !isCaption(c);
 
 export class DetailPane {
   // `win` offers type(name, text), leave(name), focusControl(name), send(action), pendingTypes(name).
@@ -18,6 +21,12 @@ export class DetailPane {
     this.updaters = new Map();
     this.inputs = []; // focusable elements in declaration order
     this.signature = '';
+    // Tab walks the fields in declaration order like Enter, instead of running off to the tabs.
+    this.node.addEventListener('keydown', (e) => {
+      if (e.key !== 'Tab' || e.ctrlKey || e.altKey || !this.inputs.includes(e.target)) return;
+      e.preventDefault();
+      this.focusNext(e.target, e.shiftKey ? -1 : 1);
+    });
   }
 
   update(view) {
@@ -39,7 +48,8 @@ export class DetailPane {
       const cell = el('div', { class: 'cell' });
       row.append(caption, cell);
       const rowControls = [c];
-      if ((isCaption(c) && takesCaption(controls[i + 1])) || (c.kind === 'label' && c.caption && wantsCaption(controls[i + 1]))) {
+      const valueAfter = i > 0 && looksCaption(c) && bareLabel(controls[i + 1]) && !wantsCaption(controls[i + 2]);
+      if ((isCaption(c) && takesCaption(controls[i + 1])) || (c.kind === 'label' && c.caption && wantsCaption(controls[i + 1])) || valueAfter) {
         // A label that ends with a colon captions the control after it.
         this.bindCaption(c, caption);
         rowControls[0] = controls[++i];
@@ -54,7 +64,12 @@ export class DetailPane {
           rowControls.push(controls[++i]);
         }
       }
-      if (first.kind === 'label' && !isCaption(first) && rowControls[0] === c && c.caption) row.classList.add('heading');
+      // The form's first label is its heading; other labels on their own are values or notes.
+      if (first.kind === 'label' && !isCaption(first) && rowControls[0] === c && c.caption) {
+        if (i === 0) row.classList.add('heading');
+        else if (/^[*\s]+$/.test(c.caption)) row.classList.add('mask');
+        else if (c.caption.length > 24) row.classList.add('note');
+      }
       if (first.kind === 'list' || first.kind === 'grid') row.classList.add('wide');
       for (const rc of rowControls) cell.append(this.make(rc, caption));
       this.bindRow(row, rowControls.map((rc) => rc.name), rowControls[0] === c && !caption.textContent);
@@ -64,18 +79,21 @@ export class DetailPane {
   }
 
   bindCaption(c, caption) {
-    caption.textContent = plain(c.caption);
-    this.updaters.set(c.name, (m) => { caption.textContent = plain(m.caption); });
+    // The caption column shows no colons, as the captions of the fields have none.
+    const shown = (t) => plain(t).replace(/\s*[:：]\s*$/, '');
+    caption.textContent = shown(c.caption);
+    this.updaters.set(c.name, (m) => { caption.textContent = shown(m.caption); });
   }
 
-  // A row is hidden when all its controls are, and a row of bare labels while they are empty.
+  // A row is hidden when all its controls are, a row of bare labels while they are empty, and a
+  // frame or other container with nothing to say, which would only leave a gap.
   bindRow(row, names, bare) {
     const shown = new Map();
     for (const n of names) {
       const inner = this.updaters.get(n);
       this.updaters.set(n, (m) => {
         inner?.(m);
-        shown.set(n, m.visible && !(bare && m.kind === 'label' && !m.caption));
+        shown.set(n, m.visible && !(bare && m.kind === 'label' && !m.caption) && !(m.kind === 'other' && !m.text));
         row.hidden = names.every((x) => shown.get(x) === false);
       });
     }
@@ -105,12 +123,25 @@ export class DetailPane {
     return node;
   }
 
+  usable() { return this.inputs.filter((n) => !n.disabled && n.offsetParent !== null); }
+
+  // Past the last field the tree takes the focus; while the tree is locked (editing) the fields
+  // wrap around, so that the focus never leaves the window.
   focusNext(from, step) {
-    const usable = this.inputs.filter((n) => !n.disabled && n.offsetParent !== null);
+    const usable = this.usable();
     const at = usable.indexOf(from);
     const next = usable[at + step];
     if (next) next.focus();
-    else this.win.focusTree();
+    else if (this.win.treeUsable()) this.win.focusTree();
+    else usable[step > 0 ? 0 : usable.length - 1]?.focus();
+  }
+
+  // The first (or, going back, the last) usable field; false when there is none.
+  focusEdge(step) {
+    const usable = this.usable();
+    const node = usable[step > 0 ? 0 : usable.length - 1];
+    node?.focus();
+    return Boolean(node);
   }
 
   setText(node, name, text) {
@@ -203,7 +234,7 @@ export class DetailPane {
       }, false);
       default: {
         const span = this.common(el('span', { class: 'label-value other' }), c);
-        this.updaters.set(c.name, (m) => { span.textContent = m.text; span.closest('.field-row')?.toggleAttribute('hidden', !m.text); });
+        this.updaters.set(c.name, (m) => { span.textContent = m.text; });
         return span;
       }
     }

@@ -114,6 +114,12 @@ export class TreePane {
   }
 
   onKey(e) {
+    if (e.key === 'Tab' && !e.ctrlKey && !e.altKey) {
+      // From the tree Tab goes into the detail area; with no usable field the tree keeps the focus.
+      e.preventDefault();
+      this.win.detail.focusEdge(e.shiftKey ? -1 : 1);
+      return;
+    }
     if (!this.enabled || e.ctrlKey || e.altKey || e.metaKey) return;
     const sel = this.model.selected;
     const cur = this.row(sel);

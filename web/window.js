@@ -17,7 +17,7 @@ export const COMMANDS = [
   { cmd: 'FindNext', caption: '查找下一个', key: 'Shift+F6', icon: '»' },
   { cmd: 'RecordPrevious', caption: '上一条', key: 'Alt+ArrowUp', shown: 'Alt+↑ / ↑', icon: '▲' },
   { cmd: 'RecordNext', caption: '下一条', key: 'Alt+ArrowDown', shown: 'Alt+↓ / ↓', icon: '▼' },
-  { cmd: 'PrintPreview', caption: '打印', key: 'Ctrl+p', shown: 'Ctrl+P', icon: '⎙' },
+  { cmd: 'PrintPreview', caption: '打印', key: 'Ctrl+p', shown: 'Ctrl+P', icon: '▤' },
 ];
 
 const keyName = (e) => [e.ctrlKey && 'Ctrl', e.altKey && 'Alt', e.shiftKey && 'Shift', e.key.length === 1 ? e.key.toLowerCase() : e.key]
@@ -131,6 +131,8 @@ export class FormWindow {
   }
 
   focusTree() { this.treePane?.node.focus(); }
+
+  treeUsable() { return Boolean(this.treePane && this.treePane.enabled && this.treePane.node.offsetParent !== null); }
 
   loadRows(first, count) {
     return this.push(async (seq) => {

@@ -99,6 +99,11 @@ test('coded hierarchy: a child under a leaf', async (t) => {
   await page.keyboard.type('01');
   await page.keyboard.press('Enter');
   await page.keyboard.type('杭州');
+  // Tab walks the fields like Enter; with the tree locked it wraps round instead of leaving the form.
+  await page.keyboard.press('Tab');
+  assert.equal(await focused(page), 'qnT(0)');
+  await page.keyboard.press('Shift+Tab');
+  assert.equal(await focused(page), 'qnT(1)');
   await page.keyboard.press('F4');
   await settled(page);
   assert.equal(await selectedRow(win).textContent(), '010201  杭州');
@@ -152,6 +157,14 @@ test('every form of the library opens, draws and closes', async (t) => {
       await page.waitForTimeout(50);
     }
     assert.ok(await win.locator('.detail .field-row').count() > 0, cls);
+    // At 1280x800 the toolbar is one line and the detail area needs no scroll bar; only the
+    // form's first label is drawn as a heading.
+    const fit = await win.evaluate((w) => {
+      const tb = w.querySelector('.toolbar'), d = w.querySelector('.detail');
+      return { toolbar: tb.offsetHeight, scrolls: d.scrollHeight > d.clientHeight || d.scrollWidth > d.clientWidth };
+    });
+    assert.ok(fit.toolbar < 40 && !fit.scrolls, `${cls} ${JSON.stringify(fit)}`);
+    assert.ok(await win.locator('.field-row.heading').count() <= 1, cls);
     // The toolbar of a form in browse state offers New.
     assert.ok(await win.locator('[data-command=FileNew]').isEnabled(), cls);
     await page.click(`.tab[data-window="${await win.getAttribute('data-window')}"] .tab-close`);
@@ -159,6 +172,29 @@ test('every form of the library opens, draws and closes', async (t) => {
   }
   assert.deepEqual(await page.evaluate(() => fetch('/api/windows').then((r) => r.json())), { windows: [] });
   assert.deepEqual(pageErrors, []);
+});
+
+test('the start page finds a form by title, pinyin initials or class name; value labels sit beside their captions', async (t) => {
+  const { page } = await startKmd(t);
+  const found = async (q) => {
+    await page.fill('#filter', q);
+    return page.locator('#groups .tile').evaluateAll((ns) => ns.map((n) => n.dataset.class).sort().join(','));
+  };
+  assert.equal(await found('xm'), 'Item,QMSCMItem,QMSPOItem');
+  assert.equal(await found('PJLX'), 'BillType');
+  assert.equal(await found('jsfs'), 'SKFS');
+  assert.equal(await found('类别'), 'CPLB,SRLB,ZYLB');
+  assert.equal(await found('lxlx'), 'lxlx');
+  assert.equal(await found('qqq'), '');
+  assert.equal(await page.locator('#groups .empty').textContent(), '没有符合的窗体。');
+
+  const win = await openForm(page, 'CPLB');
+  await win.locator('.tree-row[data-key=k0101]').click();
+  await settled(page);
+  const row = win.locator('.field-row', { has: page.locator('[data-control="lbl(1)"]') });
+  assert.equal(await row.locator('.caption').textContent(), '上级编码');
+  assert.equal(await row.locator('.label-value').textContent(), '01');
+  assert.equal(await win.locator('.field-row.heading').textContent(), '产品类别设置');
 });
 
 test('the tree answers the keyboard: arrows, expand and collapse, a typed prefix', async (t) => {

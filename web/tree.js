@@ -5,6 +5,12 @@ import { el } from './dialogs.js';
 export const ROW = 22;
 const MARGIN = 40; // rows fetched beyond the view on either side
 
+// "KG  千克" -> ["KG", "  千克"]: a code of plain characters, then two or more spaces and the name.
+const splitCode = (text) => {
+  const m = /^([\x21-\x7e]+)( {2,}.*)$/.exec(text);
+  return m ? [m[1], m[2]] : null;
+};
+
 export class TreePane {
   // `win` offers send(action), loadRows(first, count) and the row range it asks for.
   constructor(win, name) {
@@ -64,12 +70,22 @@ export class TreePane {
     const top = Math.floor(this.node.scrollTop / ROW);
     const inView = Math.ceil((this.node.clientHeight || 600) / ROW) + 1;
     const rows = [];
+    // Codes of one level are padded to the longest, so that the names after them line up too.
+    const codeWidth = new Map();
+    for (const r of this.model.rows) {
+      const code = splitCode(r.text)?.[0];
+      if (code) codeWidth.set(r.depth, Math.max(codeWidth.get(r.depth) || 0, code.length));
+    }
     for (let i = top; i < Math.min(this.model.count, top + inView); i++) {
       const r = this.row(i);
       if (!r) continue;
       const toggle = el('span', { class: 'toggle', text: r.children ? (r.expanded ? '▾' : '▸') : '' });
       const icon = el('span', { class: `node-icon ${r.children ? 'folder' : 'leaf'}` });
-      const text = el('span', { class: 'node-text', text: r.text });
+      const parts = splitCode(r.text);
+      const text = parts
+        ? el('span', { class: 'node-text' }, el('span', { class: 'node-code', text: parts[0] }), parts[1])
+        : el('span', { class: 'node-text', text: r.text });
+      if (parts) text.firstChild.style.minWidth = `${codeWidth.get(r.depth)}ch`;
       const line = el('div', {
         class: `tree-row${i === this.model.selected ? ' selected' : ''}${r.bold ? ' bold' : ''}${r.cut ? ' cut' : ''}`,
         role: 'treeitem', 'data-key': r.key, 'data-row': i,

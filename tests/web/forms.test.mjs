@@ -85,6 +85,10 @@ test('units of measure: new by keyboard, duplicate box, find, delete with a ques
   await win.locator('.tree-row[data-key=k2]').click();
   await settled(page);
   await screenshot(page, 'jldw.png');
+  // Codes of different lengths are padded, so that the names after them line up.
+  const codeEnds = await win.locator('.tree-row .node-code').evaluateAll((ns) => ns.map((n) => Math.round(n.getBoundingClientRect().right)));
+  assert.equal(codeEnds.length, 4);
+  assert.equal(new Set(codeEnds).size, 1);
   assert.deepEqual(pageErrors, []);
 });
 

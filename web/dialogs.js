@@ -109,6 +109,9 @@ export function colourBox(d) {
 }
 
 // A browse window of a reference field: a filterable table; gives the row index, or -1.
+// Lookups name their columns by field; the common ones get the clerk's words.
+const HEADINGS = { code: '编码', caption: '名称', name: '名称' };
+
 export function browseBox(d) {
   let pick = -1;
   let shown = [];
@@ -119,7 +122,7 @@ export function browseBox(d) {
     filter = el('input', { type: 'search', placeholder: '筛选', autofocus: '' });
     table = el('table', { class: 'browse-table' });
     const head = el('tr');
-    d.columns.forEach((c) => head.append(el('th', { text: c })));
+    d.columns.forEach((c) => head.append(el('th', { text: HEADINGS[String(c).toLowerCase()] ?? c })));
     table.append(el('thead', {}, head), el('tbody'));
     const fill = () => {
       const q = filter.value.trim().toLowerCase();

@@ -237,6 +237,10 @@ test('a reference field opens its browse window with F7 and takes the picked row
   await browse.waitFor();
   assert.equal(await browse.locator('.dialog-title').textContent(), '仓库属性');
   assert.equal(await browse.locator('tbody tr').count(), 3);
+  assert.deepEqual(await browse.locator('th').allTextContents(), ['编码', '名称']);
+  // The window is drawn whole: its table lies inside the box.
+  const [box, rows] = await Promise.all([browse.boundingBox(), browse.locator('.browse-rows').boundingBox()]);
+  assert.ok(rows.y + rows.height <= box.y + box.height, JSON.stringify({ box, rows }));
   await page.keyboard.type('废品');
   assert.equal(await browse.locator('tbody tr').count(), 1);
   await page.keyboard.press('Enter');

@@ -1,16 +1,14 @@
 #include <gtest/gtest.h>
 
+#include "support/SilentPlatform.h"
+
 #include "frame/Form.h"
 
 using namespace kmd;
 
 namespace {
 
-class SilentPlatform : public view::Platform {
- public:
-  int MsgBox(const std::string&, int, const std::string&) override { return view::vbOK; }
-  std::string InputBox(const std::string&, const std::string&, const std::string&) override { return ""; }
-};
+using kmd::test::SilentPlatform;
 
 // A tree form with its detail frame and bar, as the forms build them.
 class TreeForm : public Form {

@@ -2,6 +2,8 @@
 // created: what the host's lookups and browse windows get from them.
 #include <gtest/gtest.h>
 
+#include "support/SilentPlatform.h"
+
 #include "hierarchies/BM.h"
 #include "hierarchies/CPLB.h"
 
@@ -9,11 +11,7 @@ using namespace kmd;
 
 namespace {
 
-class SilentPlatform : public view::Platform {
- public:
-  int MsgBox(const std::string&, int, const std::string&) override { return view::vbOK; }
-  std::string InputBox(const std::string&, const std::string&, const std::string&) override { return ""; }
-};
+using kmd::test::SilentPlatform;
 
 const view::Reference& ReferenceOf(Form& form, const std::string& displayName) {
   auto* field = dynamic_cast<view::TextField*>(form.Controls().FindByDisplayName(displayName));

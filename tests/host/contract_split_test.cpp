@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/SilentPlatform.h"
+
 #include <set>
 
 #include "host/AllForms.h"
@@ -9,11 +11,7 @@ using namespace kmd;
 
 namespace {
 
-class SilentPlatform : public view::Platform {
- public:
-  int MsgBox(const std::string&, int, const std::string&) override { return view::vbOK; }
-  std::string InputBox(const std::string&, const std::string&, const std::string&) override { return ""; }
-};
+using kmd::test::SilentPlatform;
 
 // The user changes the first text field that reacts to typing.
 bool TypeIntoAField(view::Controls& controls) {

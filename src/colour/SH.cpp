@@ -81,15 +81,8 @@ std::vector<std::string> SH::DeleteSql() const {
 // ends the delete through the error handler's line, which has none.
 bool SH::FileDelete() {
   try {
-    if (!m_Tv->IsSelected()) {
-      Refuse(m_NothingSelected);
-      return false;
-    }
-    auto node = Tree()->SelectedItem();
-    if (!node->Parent()) {
-      Refuse(m_RootSelected);
-      return false;
-    }
+    auto node = NodeToDelete();
+    if (!node) return false;
     if (MsgBox("是否删除当前记录:" + node->Text, view::vbYesNo | view::vbQuestion, "提示:") == view::vbYes) {
       m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();
       auto db = Database();

@@ -265,17 +265,23 @@ bool FlatDictionary::FileSave() {
   }
 }
 
+NodePtr FlatDictionary::NodeToDelete() {
+  if (!m_Tv->IsSelected()) {
+    Refuse(m_NothingSelected);
+    return nullptr;
+  }
+  auto node = Tree()->SelectedItem();
+  if (!node->Parent()) {
+    Refuse(m_RootSelected);
+    return nullptr;
+  }
+  return node;
+}
+
 bool FlatDictionary::FileDelete() {
   try {
-    if (!m_Tv->IsSelected()) {
-      Refuse(m_NothingSelected);
-      return false;
-    }
-    auto node = Tree()->SelectedItem();
-    if (!node->Parent()) {
-      Refuse(m_RootSelected);
-      return false;
-    }
+    auto node = NodeToDelete();
+    if (!node) return false;
     if (!IsCanDelete()) return false;
     if (MsgBox("是否删除当前记录:" + node->Text, view::vbYesNo | view::vbQuestion, "提示:") == view::vbYes) {
       m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();

@@ -81,6 +81,9 @@ class FlatDictionary : public Form {
   virtual std::vector<SaveCheck> SaveChecks(bool isNew, const std::string& id);
   // By default: a system row (IsSystemRecord) is refused by RefuseSystemRow.
   virtual bool IsCanDelete();
+  // The selected record's node for a delete; nothing selected or the root is refused through
+  // m_NothingSelected or m_RootSelected and gives nullptr.
+  NodePtr NodeToDelete();
   // The statement that reads 是否系统 of the record `id`.
   virtual std::string SystemRowSql(int32_t /*id*/) const { return ""; }
   // 是否系统 of the record is 1; a missing record is a run-time error.

@@ -88,6 +88,10 @@ bool PatternMatches(const std::string& name, const std::string& pattern) {
 
 }  // namespace
 
+bool WildMatch(const std::string& name, const std::string& pattern) {
+  return WildMatch(text::ToUtf16(name), text::ToUtf16(pattern));
+}
+
 bool HasDrive(const std::string& p) {
   return p.size() >= 2 && p[1] == ':' && std::isalpha(static_cast<unsigned char>(p[0]));
 }

@@ -26,6 +26,10 @@ std::string FromCp936(const std::string& bytes);
 // A byte that starts a two-byte character of code page 936.
 bool IsLeadByte936(unsigned char b);
 
+// Windows-like matching of a name against a pattern with "*" and "?" (one character each),
+// ignoring Latin case.
+bool WildMatch(const std::string& name, const std::string& pattern);
+
 // What Dir(path, attrib) lists: the one name when `path` names a file, or the names in its folder
 // that its last part matches when that holds "*" or "?" (Latin case ignored; "*.*" also takes
 // names without a dot). Folders are listed only when attrib has the bit 16. Sorted by name.

@@ -4,31 +4,14 @@
 #include <filesystem>
 
 #include "base/Text.h"
+#include "files/FilePaths.h"
 
 namespace kmd::host {
 
 namespace fs = std::filesystem;
 
 bool MatchesPattern(const std::string& name, const std::string& pattern) {
-  std::string n = text::UCase(name), p = text::UCase(pattern);
-  // Iterative wildcard match with the last star to fall back on.
-  size_t i = 0, j = 0, star = std::string::npos, mark = 0;
-  while (i < n.size()) {
-    if (j < p.size() && (p[j] == '?' || p[j] == n[i])) {
-      ++i;
-      ++j;
-    } else if (j < p.size() && p[j] == '*') {
-      star = j++;
-      mark = i;
-    } else if (star != std::string::npos) {
-      j = star + 1;
-      i = ++mark;
-    } else {
-      return false;
-    }
-  }
-  while (j < p.size() && p[j] == '*') ++j;
-  return j == p.size();
+  return zpath::WildMatch(name, pattern);
 }
 
 nlohmann::json ListFolder(const std::string& dir, const std::string& patterns) {

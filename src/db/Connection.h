@@ -33,6 +33,7 @@ class Connection {
 
 // Opens a database by its address: a file path (SQLite) or "postgres://..." / "postgresql://...".
 // Throws RuntimeError when it cannot be opened.
-std::shared_ptr<Connection> Open(const std::string& address);
+// Only `create` makes a new SQLite file; `kmd init` and tests' scratch databases ask for it.
+std::shared_ptr<Connection> Open(const std::string& address, bool create = false);
 
 }  // namespace kmd::db

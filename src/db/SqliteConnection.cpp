@@ -1,14 +1,21 @@
 #include "db/SqliteConnection.h"
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include "base/RuntimeError.h"
 #include "db/Dialect.h"
 
 namespace kmd::db {
 
-SqliteConnection::SqliteConnection(const std::string& path) {
-  int rc = sqlite3_open_v2(path.c_str(), &m_Db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+SqliteConnection::SqliteConnection(const std::string& path, bool create) {
+  int flags = SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0);
+  int rc = sqlite3_open_v2(path.c_str(), &m_Db, flags, nullptr);
+  if (rc == SQLITE_CANTOPEN && !create && access(path.c_str(), F_OK) != 0) {
+    sqlite3_close(m_Db);
+    m_Db = nullptr;
+    throw RuntimeError("no database at " + path + "; make one with kmd init");
+  }
   if (rc != SQLITE_OK) {
     std::string msg = m_Db ? sqlite3_errmsg(m_Db) : "out of memory";
     sqlite3_close(m_Db);

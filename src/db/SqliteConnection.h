@@ -11,8 +11,9 @@ namespace kmd::db {
 // prepared; Latin case of identifiers does not matter, as on the suite's server.
 class SqliteConnection : public Connection {
  public:
-  // Opens or creates the file. Throws RuntimeError when it cannot.
-  explicit SqliteConnection(const std::string& path);
+  // Opens the file; only `create` makes a new one. Throws RuntimeError when it cannot, and
+  // "no database at PATH; make one with kmd init" when the file is missing and not to be made.
+  explicit SqliteConnection(const std::string& path, bool create = false);
   ~SqliteConnection() override;
   SqliteConnection(const SqliteConnection&) = delete;
   SqliteConnection& operator=(const SqliteConnection&) = delete;

@@ -12,6 +12,7 @@ void FormGuard::SetEventSink(IFormEvents* sink) {
 template <class R, class F>
 R FormGuard::Guard(R fallback, F&& f) {
   R result = fallback;
+  if (m_Cleared) return result;
   try {
     result = f();
   } catch (const std::exception& e) {
@@ -79,6 +80,7 @@ bool FormGuard::Init(IFormContext* context, int32_t programId, int32_t recordId)
 bool FormGuard::Clear() {
   bool result = Guard(false, [&] { return m_Form->Clear(); });
   m_Context = nullptr;
+  m_Cleared = true;
   return result;
 }
 bool FormGuard::Find(const Value& v) { return Guard(false, [&] { return m_Form->Find(v); }); }

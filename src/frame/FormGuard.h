@@ -15,6 +15,8 @@ class FormGuard : public IFormUI, public IDesignUI {
   explicit FormGuard(std::unique_ptr<Form> form);
 
   Form& Inner() { return *m_Form; }
+  // True once Clear has released the form: every later call answers its failure value.
+  bool Cleared() const { return m_Cleared; }
   const std::string& ClassName() const { return m_Form->ClassName(); }
   void SetEventSink(IFormEvents* sink);
   int32_t EventNumber(FormEvent e) const { return m_Form->EventNumber(e); }
@@ -66,6 +68,7 @@ class FormGuard : public IFormUI, public IDesignUI {
   std::unique_ptr<Form> m_Form;
   IFormEvents* m_Events = nullptr;
   IFormContext* m_Context = nullptr;  // the context of Init, until Clear
+  bool m_Cleared = false;
 };
 
 }  // namespace kmd

@@ -17,7 +17,7 @@ void InitDatabase(const std::string& path, bool force) {
   std::string tmp = path + ".init";
   fs::remove(tmp);
   {
-    db::SqliteConnection connection(tmp);
+    db::SqliteConnection connection(tmp, true);
     std::string err = connection.RunScript("BEGIN");
     for (const auto& script : schema::Scripts()) {
       if (!err.empty()) break;

@@ -104,7 +104,7 @@ TEST(IdCounter, ConnectionsRacingForIdsNeverShareOne) {
   std::string path = testing::TempDir() + "idcounter_race.db";
   std::remove(path.c_str());
   {
-    db::SqliteConnection setup(path);
+    db::SqliteConnection setup(path, true);
     ASSERT_EQ(setup.RunScript("CREATE TABLE xt_idcounter (tablename TEXT PRIMARY KEY, lastid INTEGER);"
                               "CREATE TABLE kmdjldw (单位ID INTEGER PRIMARY KEY);"),
               "");

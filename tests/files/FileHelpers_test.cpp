@@ -108,7 +108,7 @@ TEST_F(Files, FilesGoIntoBinaryColumnsAndBack) {
   for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i * 7 % 251);
   WriteAll(root / "in.bin", data);
 
-  auto db = std::make_shared<db::Database>(db::Open((root / "t.db").string()));
+  auto db = std::make_shared<db::Database>(db::Open((root / "t.db").string(), true));
   db->CreateCommand("create table 附件 (ID INTEGER PRIMARY KEY, 内容 BLOB)", 1)->Execute();
   {
     auto rs = db->CreateCommand("select * from 附件 where 1=0", 1)->OpenRecordset();

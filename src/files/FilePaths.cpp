@@ -45,13 +45,32 @@ class Converter {
   iconv_t m_Cd;
 };
 
-// Length of the UTF-8 sequence that starts with b, 0 for a byte that cannot start one.
-size_t Utf8SeqLen(unsigned char b) {
+// Length of the well-formed UTF-8 sequence at s[i], or 0 when the bytes there are not one
+// (a stray continuation byte, a cut sequence, an overlong form, a surrogate, beyond U+10FFFF).
+size_t Utf8SeqLen(const std::string& s, size_t i) {
+  const auto b = static_cast<unsigned char>(s[i]);
   if (b < 0x80) return 1;
-  if ((b & 0xE0) == 0xC0) return 2;
-  if ((b & 0xF0) == 0xE0) return 3;
-  if ((b & 0xF8) == 0xF0) return 4;
-  return 0;
+  size_t len;
+  unsigned char lo = 0x80, hi = 0xBF;  // the allowed range of the second byte
+  if (b >= 0xC2 && b <= 0xDF) {
+    len = 2;
+  } else if (b >= 0xE0 && b <= 0xEF) {
+    len = 3;
+    if (b == 0xE0) lo = 0xA0;
+    if (b == 0xED) hi = 0x9F;
+  } else if (b >= 0xF0 && b <= 0xF4) {
+    len = 4;
+    if (b == 0xF0) lo = 0x90;
+    if (b == 0xF4) hi = 0x8F;
+  } else {
+    return 0;
+  }
+  if (i + len > s.size()) return 0;
+  for (size_t k = 1; k < len; ++k) {
+    const auto c = static_cast<unsigned char>(s[i + k]);
+    if (k == 1 ? (c < lo || c > hi) : (c < 0x80 || c > 0xBF)) return 0;
+  }
+  return len;
 }
 
 // Windows-like matching of one name against a pattern with "*" and "?", ignoring Latin case.
@@ -98,7 +117,6 @@ bool HasDrive(const std::string& p) {
 
 bool IsLeadByte936(unsigned char b) { return b >= 0x81 && b <= 0xFE; }
 
-
 std::string ToNative(const std::string& path) {
   std::string p = path;
   const bool drive = HasDrive(p);
@@ -118,24 +136,28 @@ std::string ToCp936(const std::string& utf8) {
   Converter conv("CP936", "UTF-8");
   std::string out, one;
   for (size_t i = 0; i < utf8.size();) {
-    const auto b = static_cast<unsigned char>(utf8[i]);
-    size_t len = Utf8SeqLen(b);
+    const size_t len = Utf8SeqLen(utf8, i);
     if (len == 1) {
       out += utf8[i++];
-      continue;
-    }
-    if (len == 0 || i + len > utf8.size()) {
-      out += '?';
+    } else if (len == 0) {
+      out += '?';  // not UTF-8: one "?" for the byte, and on to the next
       ++i;
-      continue;
+    } else {
+      if (conv.One(utf8.substr(i, len), one) && one.size() <= 2)
+        out += one;
+      else
+        out += len == 4 ? "??" : "?";  // a character beyond the BMP counts two units
+      i += len;
     }
-    if (conv.One(utf8.substr(i, len), one) && one.size() <= 2)
-      out += one;
-    else
-      out += (len == 4) ? "??" : "?";  // a character beyond the BMP counts two units
-    i += len;
   }
   return out;
+}
+
+int32_t CharCount936(const std::string& bytes) {
+  int32_t n = 0;
+  for (size_t i = 0; i < bytes.size(); ++n)
+    i += IsLeadByte936(static_cast<unsigned char>(bytes[i])) && i + 1 < bytes.size() ? 2 : 1;
+  return n;
 }
 
 std::string FromCp936(const std::string& bytes) {
@@ -156,6 +178,7 @@ std::string FromCp936(const std::string& bytes) {
 
 std::vector<DirEntry> Dir(const std::string& path, int32_t attrib) {
   const bool withFolders = (attrib & 16) != 0;
+  const bool withHidden = (attrib & 2) != 0;
   const std::string native = ToNative(path);
   const size_t slash = native.rfind('/');
   const std::string folder = slash == std::string::npos ? std::string(".") : native.substr(0, slash + 1);
@@ -167,7 +190,8 @@ std::vector<DirEntry> Dir(const std::string& path, int32_t attrib) {
     for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
       const bool dir = it->is_directory(ec);
       const std::string name = it->path().filename().string();
-      if ((!dir || withFolders) && PatternMatches(name, last)) found.push_back({name, dir});
+      if ((!dir || withFolders) && (withHidden || name[0] != '.') && PatternMatches(name, last))
+        found.push_back({name, dir});
     }
     std::sort(found.begin(), found.end(), [](const DirEntry& a, const DirEntry& b) { return a.name < b.name; });
   } else if (!last.empty()) {

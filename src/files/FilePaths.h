@@ -20,8 +20,12 @@ std::string ToNative(const std::string& path);
 std::string ToWindows(const std::string& path);
 
 // Text in code page 936 and back. Characters without a place in it become "?", one per UTF-16
-// unit, so that the character count of the text still holds.
+// unit, so that the character count of the text still holds; a byte that is not part of well-formed
+// UTF-8 becomes one "?".
 std::string ToCp936(const std::string& utf8);
+// Characters in code page 936 text, as a reader counts them: a lead byte and the byte after it
+// are one.
+int32_t CharCount936(const std::string& bytes);
 std::string FromCp936(const std::string& bytes);
 // A byte that starts a two-byte character of code page 936.
 bool IsLeadByte936(unsigned char b);
@@ -32,7 +36,8 @@ bool WildMatch(const std::string& name, const std::string& pattern);
 
 // What Dir(path, attrib) lists: the one name when `path` names a file, or the names in its folder
 // that its last part matches when that holds "*" or "?" (Latin case ignored; "*.*" also takes
-// names without a dot). Folders are listed only when attrib has the bit 16. Sorted by name.
+// names without a dot). Folders are listed only when attrib has the bit 16, hidden names (those
+// beginning with ".") only when it has the bit 2. Sorted by name.
 struct DirEntry {
   std::string name;
   bool folder = false;

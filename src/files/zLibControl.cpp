@@ -1,5 +1,7 @@
 #include "files/zLibControl.h"
 
+#include <fcntl.h>
+#include <libdeflate.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -11,7 +13,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <limits>
+#include <memory>
 
 #include "base/RuntimeError.h"
 #include "base/Text.h"
@@ -30,6 +34,35 @@ constexpr int64_t kMinEntryBytes = 20;
 constexpr int64_t kMaxInflateRatio = 1032;
 
 [[noreturn]] void Fail(const std::string& what) { throw RuntimeError(what); }
+
+// An open file descriptor, closed with its scope.
+class Fd {
+ public:
+  explicit Fd(int fd = -1) : m_Fd(fd) {}
+  ~Fd() { Reset(); }
+  Fd(Fd&& o) noexcept : m_Fd(o.m_Fd) { o.m_Fd = -1; }
+  Fd& operator=(Fd&& o) noexcept {
+    if (this != &o) {
+      Reset();
+      m_Fd = o.m_Fd;
+      o.m_Fd = -1;
+    }
+    return *this;
+  }
+  int Get() const { return m_Fd; }
+  int Release() {
+    const int fd = m_Fd;
+    m_Fd = -1;
+    return fd;
+  }
+  void Reset() {
+    if (m_Fd >= 0) ::close(m_Fd);
+    m_Fd = -1;
+  }
+
+ private:
+  int m_Fd;
+};
 
 std::string Hex8(uint32_t v) {
   char buf[9];
@@ -109,19 +142,141 @@ class BinFile {
   bool m_Writing;
 };
 
-// Removes a temporary file when the scope ends, whatever way it ends.
+// A container opened for reading: one large buffer, so that a block's bytes are inflated where
+// they were read and headers cost no system call. The length is taken once at the start.
+class Input {
+ public:
+  explicit Input(const std::string& path) : m_Path(path) {
+    m_Fd = Fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat st {};
+    if (m_Fd.Get() < 0 || ::fstat(m_Fd.Get(), &st) != 0)
+      Fail("Path/File access error: " + path + " (" + std::strerror(errno) + ")");
+    if (S_ISDIR(st.st_mode)) Fail("Path/File access error: " + path + " is a directory");
+    m_Length = st.st_size;
+    m_Buf.resize(kInputBuffer);
+  }
+
+  int64_t Length() const { return m_Length; }
+  int64_t Pos() const { return m_Pos; }
+  int64_t Left() const { return std::max<int64_t>(0, m_Length - m_Pos); }
+
+  // The next n bytes, valid until the next call; a file that ends before them is an error.
+  const unsigned char* Take(size_t n) {
+    if (m_End - m_Begin < n) Fill(n);
+    const unsigned char* p = m_Buf.data() + m_Begin;
+    m_Begin += n;
+    m_Pos += static_cast<int64_t>(n);
+    return p;
+  }
+  bool TryReadLong(int32_t& v) {
+    if (m_End - m_Begin < 4 && !Fill(4, false)) return false;
+    const unsigned char* b = Take(4);
+    v = static_cast<int32_t>(uint32_t(b[0]) | uint32_t(b[1]) << 8 | uint32_t(b[2]) << 16 | uint32_t(b[3]) << 24);
+    return true;
+  }
+  int32_t ReadLong() {
+    int32_t v = 0;
+    if (!TryReadLong(v)) Fail("Input past end of file: " + m_Path);
+    return v;
+  }
+  unsigned char ReadByte() { return *Take(1); }
+  // Seeking past the end is allowed; the next read then fails.
+  void Seek(int64_t pos) {
+    if (pos >= m_Pos && pos - m_Pos <= static_cast<int64_t>(m_End - m_Begin)) {
+      m_Begin += static_cast<size_t>(pos - m_Pos);
+    } else {
+      if (::lseek(m_Fd.Get(), pos, SEEK_SET) < 0) Fail("Bad file position in " + m_Path);
+      m_Begin = m_End = 0;
+    }
+    m_Pos = pos;
+  }
+
+ private:
+  static constexpr size_t kInputBuffer = size_t(1) << 20;
+
+  // Reads until n bytes stand in the buffer; false (or an error when `must`) at the end of file.
+  bool Fill(size_t n, bool must = true) {
+    std::memmove(m_Buf.data(), m_Buf.data() + m_Begin, m_End - m_Begin);
+    m_End -= m_Begin;
+    m_Begin = 0;
+    if (m_Buf.size() < n) m_Buf.resize(n);
+    while (m_End < n) {
+      const ssize_t got = ::read(m_Fd.Get(), m_Buf.data() + m_End, m_Buf.size() - m_End);
+      if (got < 0 && errno == EINTR) continue;
+      if (got < 0) Fail("Device I/O error reading " + m_Path + " (" + std::strerror(errno) + ")");
+      if (got == 0) {
+        if (must) Fail("Input past end of file: " + m_Path);
+        return false;
+      }
+      m_End += static_cast<size_t>(got);
+    }
+    return true;
+  }
+
+  std::string m_Path;
+  Fd m_Fd;
+  int64_t m_Length = 0, m_Pos = 0;
+  std::vector<unsigned char> m_Buf;
+  size_t m_Begin = 0, m_End = 0;
+};
+
+// Writes a file through a large buffer that the caller fills in place: the inflated blocks of a
+// file go out in few large writes.
+class Output {
+ public:
+  explicit Output(const std::string& path) : m_Path(path) {
+    m_Fd = Fd(::open(path.c_str(), O_WRONLY | O_CLOEXEC));  // new and empty: no truncation
+    if (m_Fd.Get() < 0) Fail("Path/File access error: " + path + " (" + std::strerror(errno) + ")");
+  }
+  // Room for n bytes at the end of what is buffered.
+  unsigned char* Room(size_t n) {
+    if (m_Used + n > m_Buf.size()) {
+      Flush();
+      if (n > m_Buf.size()) m_Buf.resize(std::max(n, kOutputBuffer));
+    }
+    return m_Buf.data() + m_Used;
+  }
+  void Commit(size_t n) {
+    m_Used += n;
+    if (m_Used >= kOutputBuffer) Flush();
+  }
+  void Flush() {
+    for (size_t done = 0; done < m_Used;) {
+      const ssize_t n = ::write(m_Fd.Get(), m_Buf.data() + done, m_Used - done);
+      if (n < 0 && errno == EINTR) continue;
+      if (n <= 0) Fail("Device I/O error writing " + m_Path + " (" + std::strerror(errno) + ")");
+      done += static_cast<size_t>(n);
+    }
+    m_Used = 0;
+  }
+  void Close() {
+    Flush();
+    if (::close(m_Fd.Release()) != 0) Fail("Device I/O error writing " + m_Path);
+  }
+
+ private:
+  static constexpr size_t kOutputBuffer = size_t(2) << 20;
+  std::string m_Path;
+  Fd m_Fd;
+  std::vector<unsigned char> m_Buf;
+  size_t m_Used = 0;
+};
+
+// Removes a temporary file when the scope ends, whatever way it ends, and forgets its name; a
+// name already forgotten (the file moved away) is left alone.
 class TempGuard {
  public:
-  explicit TempGuard(std::string path) : m_Path(std::move(path)) {}
+  explicit TempGuard(std::string& name) : m_Name(name) {}
   ~TempGuard() {
     std::error_code ec;
-    fs::remove(m_Path, ec);
+    if (!m_Name.empty()) fs::remove(m_Name, ec);
+    m_Name.clear();
   }
   TempGuard(const TempGuard&) = delete;
   TempGuard& operator=(const TempGuard&) = delete;
 
  private:
-  std::string m_Path;
+  std::string& m_Name;
 };
 
 void RemoveQuietly(const std::string& path) {
@@ -140,7 +295,78 @@ int32_t CheckedLong(int64_t v, const std::string& what) {
   return static_cast<int32_t>(v);
 }
 
+uint32_t Crc32(uint32_t crc, const void* data, size_t n) { return libdeflate_crc32(crc, data, n); }
+
+// The mode a new file gets from open(2) with 0666: the process's umask is read where the kernel
+// shows it, since umask(2) cannot read it without changing it for every thread for a moment.
+mode_t NewFileMode() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.rfind("Umask:", 0) == 0) return 0666 & ~static_cast<mode_t>(std::stoul(line.substr(6), nullptr, 8));
+  return 0644;
+}
+
+// Inflates one block as zlib's uncompress does, at libdeflate's speed: 0 with `outLen` set to
+// what came out, -3 for data that does not inflate (also when there is output but no room at
+// all), -5 for output that does not fit.
+int Inflate(libdeflate_decompressor* d, const unsigned char* in, size_t inLen, unsigned char* out, size_t& outLen) {
+  size_t actual = 0;
+  switch (libdeflate_zlib_decompress(d, in, inLen, out, outLen, &actual)) {
+    case LIBDEFLATE_SUCCESS: outLen = actual; return Z_OK;
+    case LIBDEFLATE_INSUFFICIENT_SPACE: return outLen == 0 ? Z_DATA_ERROR : Z_BUF_ERROR;
+    case LIBDEFLATE_SHORT_OUTPUT: return Z_BUF_ERROR;
+    default: return Z_DATA_ERROR;
+  }
+}
+
+struct DecompressorFree {
+  void operator()(libdeflate_decompressor* d) const { libdeflate_free_decompressor(d); }
+};
+
+// Copies the whole of `from` to the new file `to`, in the kernel where it can.
+void CopyFd(int from, int to, const std::string& what) {
+  std::vector<char> buf;
+  for (bool kernel = true;;) {
+    ssize_t n = kernel ? ::copy_file_range(from, nullptr, to, nullptr, size_t(1) << 30, 0) : -1;
+    if (n < 0 && kernel && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
+      kernel = false;  // this pair of file systems does not take it: copy through a buffer
+      buf.resize(1 << 20);
+      continue;
+    }
+    if (!kernel) {
+      n = ::read(from, buf.data(), buf.size());
+      for (ssize_t done = 0; n > 0 && done < n;) {
+        const ssize_t w = ::write(to, buf.data() + done, static_cast<size_t>(n - done));
+        if (w < 0 && errno == EINTR) continue;
+        if (w <= 0) Fail("Device I/O error writing " + what + " (" + std::strerror(errno) + ")");
+        done += w;
+      }
+    }
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) Fail("Device I/O error writing " + what + " (" + std::strerror(errno) + ")");
+    if (n == 0) return;
+  }
+}
+
+// The stored form of a path that is added: no drive, "\" between the parts, no "." or ".."
+// parts, and a leading "\".
+std::string StoredPathOf(const std::string& path) {
+  std::string stored;
+  for (const auto& part : text::Split(zpath::ToWindows(WithoutDrive(path)), '\\'))
+    if (!part.empty() && part != "." && part != "..") stored += "\\" + part;
+  return stored.empty() ? "\\" : stored;
+}
+
 }  // namespace
+
+// A place for one unpacked entry: the folder it goes into, opened from the output folder
+// without following any link, and its name there. `refusal` says why there is none.
+struct zLibControl::Target {
+  Fd dir;
+  std::string leaf;
+  std::string path;  // native, for messages
+  std::string refusal;
+};
 
 // ---- life ----
 
@@ -153,6 +379,8 @@ zLibControl::zLibControl() {
 zLibControl::~zLibControl() { ClearFiles(); }
 
 // The temporary names belong to this control, so they go with the entries that hold them.
+// A name is forgotten once its file is removed or moved, so that no later call removes a file
+// that another program has since made under the same name.
 void zLibControl::ClearFiles() {
   for (const auto& f : m_Files) RemoveQuietly(f.TempFile);
   m_Files.clear();
@@ -232,7 +460,6 @@ bool zLibControl::AddFile(const std::string& filename, int32_t attrib) {
   return true;
 }
 
-// The stored name is the path without its drive; a native path has none and is kept whole.
 void zLibControl::AddOneFile(const std::string& name) {
   const std::string native = zpath::ToNative(name);
   std::error_code ec;
@@ -241,7 +468,7 @@ void zLibControl::AddOneFile(const std::string& name) {
 
   FileEntry e;
   e.Path = name;
-  e.filename = zpath::ToWindows(zpath::HasDrive(name) ? name.substr(2) : name);
+  e.filename = StoredPathOf(name);
   e.FileSize = CheckedLong(static_cast<int64_t>(size), name);
   e.TempFile = NewTempName();  // created empty by the name's reservation
   m_Files.push_back(e);
@@ -251,22 +478,26 @@ void zLibControl::AddOneFile(const std::string& name) {
   m_Files.back().Original_Crc32 = Calculate_Crc32(name);
 }
 
+std::string zLibControl::StoredName(int32_t Index) const {
+  return ValidIndex(Index) ? zpath::FromCp936(zpath::ToCp936(m_Files[Index].filename)) : std::string();
+}
+
 uint32_t zLibControl::Calculate_Crc32(const std::string& filename) {
   const std::string native = zpath::ToNative(filename);
   std::error_code ec;
   if (!fs::is_regular_file(native, ec)) return 0;
   BinFile in(native, "rb");
   std::vector<unsigned char> buf(static_cast<size_t>(m_ReadBuf));
-  uLong crc = 0;
+  uint32_t crc = 0;
   int64_t left = in.Length();
   while (left > 0) {
     const size_t n = static_cast<size_t>(std::min<int64_t>(left, m_ReadBuf));
     in.Read(buf.data(), n);
-    crc = ::crc32(crc, buf.data(), static_cast<uInt>(n));
+    crc = Crc32(crc, buf.data(), n);
     left -= static_cast<int64_t>(n);
     Progress(int64_t(m_Value) + static_cast<int64_t>(n));
   }
-  return static_cast<uint32_t>(crc);
+  return crc;
 }
 
 // ---- writing ----
@@ -295,7 +526,8 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
 
     SetValue(0);
     SetMax(f.FileSize);
-    uLong crc = 0;
+    uint32_t crc = 0;
+    if (f.TempFile.empty()) f.TempFile = NewTempName();  // an earlier Compress used up the first
     BinFile tmp(f.TempFile, "w+b");
     BinFile in(zpath::ToNative(f.Path), "rb");
     const int64_t length = in.Length();
@@ -305,7 +537,7 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
       const int64_t srcLen = (b == blocks - 1) ? length - b * readBuf : readBuf;
       if (srcLen == 0) break;
       uLongf capacity = static_cast<uLongf>(text::RoundHalfEven(double(srcLen) / 1000.0 + double(srcLen) + 12.0));
-      dest.assign(capacity, 0);
+      dest.resize(capacity);
       src.resize(static_cast<size_t>(srcLen));
       in.Read(src.data(), src.size());
 
@@ -314,7 +546,7 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
       for (int counter = 0; result != Z_OK; ++counter) {
         if (result == Z_BUF_ERROR) {
           capacity *= 2;
-          dest.assign(capacity, 0);
+          dest.resize(capacity);
           destLen = capacity;
           result = ::compress2(dest.data(), &destLen, src.data(), static_cast<uLong>(srcLen), level);
         } else if (result == Z_STREAM_ERROR) {
@@ -332,7 +564,7 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
           return static_cast<int16_t>(result);
         }
       }
-      crc = ::crc32(crc, dest.data(), static_cast<uInt>(destLen));
+      crc = Crc32(crc, dest.data(), destLen);
       tmp.WriteLong(static_cast<int32_t>(srcLen));
       tmp.WriteLong(static_cast<int32_t>(destLen));
       tmp.Write(dest.data(), destLen);
@@ -341,13 +573,14 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
     in.Close();
 
     tmp.Seek(0);
-    f.Compressed_CRC32 = static_cast<uint32_t>(crc);
+    f.Compressed_CRC32 = crc;
     f.Compressed_Size = CheckedLong(tmp.Length(), f.Path);
     SetValue(0);
     SetMax(CheckedLong(int64_t(f.Compressed_Size) + 6, f.Path));
 
+    // The length counts the characters that the bytes hold, so that the two always agree.
     const std::string name = zpath::ToCp936(f.filename);
-    out.WriteLong(CheckedLong(static_cast<int64_t>(text::Len(f.filename)), f.filename));
+    out.WriteLong(zpath::CharCount936(name));
     out.Write(name.data(), name.size());
     out.WriteLong(f.FileSize);
     out.WriteLong(static_cast<int32_t>(f.Original_Crc32));
@@ -365,6 +598,7 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
     }
     tmp.Close();
     RemoveQuietly(f.TempFile);
+    f.TempFile.clear();  // the name may be another program's from now on
   }
   out.Close();
   return 0;
@@ -372,41 +606,76 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
 
 // ---- reading ----
 
-// Gives the native path to write an entry to, or "" to skip it. Names that would climb out of
-// the output folder ("..") or name no file are skipped, and so is a target that is a folder.
-std::string zLibControl::CalculateTargetPath(const std::string& name, const std::string& outputpath, bool UsePaths,
-                                             bool Overwrite) const {
+void zLibControl::Skip(int32_t Index, const std::string& reason) const {
+  if (Skipped) Skipped(Index, reason);
+}
+
+// Finds where an entry goes and makes the folders on its way. Every folder below the output
+// folder is opened without following links, so the file lands inside the output folder whatever
+// stands there; a name that climbs (".."), names no file, or meets a link, a file where a folder
+// belongs or a folder where the file belongs is refused, and so is an existing target without
+// Overwrite. With Overwrite an existing target is deleted here.
+zLibControl::Target zLibControl::CalculateTargetPath(const std::string& name, const std::string& outputpath,
+                                                     bool UsePaths, bool Overwrite) const {
+  Target t;
   std::string n = zpath::ToWindows(WithoutDrive(name));
   // Names written here always begin with "\"; without one the name would run into the folder's.
   if (n.empty() || n[0] != '\\') n.insert(n.begin(), '\\');
-  if (n.find('\0') != std::string::npos) return {};
+  if (!UsePaths) n = n.substr(n.rfind('\\'));
 
   std::string out = zpath::ToWindows(outputpath);
   while (!out.empty() && out.back() == '\\') out.pop_back();
   if (!zpath::HasDrive(out)) out = (!out.empty() && out[0] == '\\') ? "C:" + out : "C:\\" + out;
+  const std::string outNative = zpath::ToNative(out);
+  t.path = zpath::ToNative(out + n);
 
-  if (!UsePaths) n = n.substr(n.rfind('\\'));
-  if (n.back() == '\\') return {};
-  for (const auto& part : text::Split(n, '\\'))
-    if (part == "..") return {};
-
-  const std::string joined = out + n;
-  const std::string native = zpath::ToNative(joined);
-  std::error_code ec;
-  const auto st = fs::symlink_status(native, ec);
-  if (fs::exists(st)) {
-    if (fs::is_directory(st) || !Overwrite) return {};
-    if (!fs::remove(native, ec) || ec) Fail("Permission denied: " + native);
-  }
-  for (size_t p = 3; p < joined.size(); ++p) {
-    if (joined[p] != '\\') continue;
-    const std::string folder = zpath::ToNative(joined.substr(0, p));
-    if (!fs::exists(fs::symlink_status(folder, ec))) {
-      fs::create_directory(folder, ec);
-      if (ec) Fail("Path/File access error: " + folder + " (" + ec.message() + ")");
+  std::vector<std::string> parts;
+  for (const auto& part : text::Split(n.substr(1), '\\')) {
+    if (part == "..") {
+      t.refusal = "name leaves the folder";
+      return t;
     }
+    if (part != "." && !part.empty()) parts.push_back(part);
   }
-  return native;
+  if (n.back() == '\\' || parts.empty() || n.find('\0') != std::string::npos) {
+    t.refusal = "no file name";
+    return t;
+  }
+  t.leaf = parts.back();
+  parts.pop_back();
+
+  std::error_code ec;
+  fs::create_directories(outNative.empty() ? "/" : outNative, ec);
+  t.dir = Fd(::open(outNative.empty() ? "/" : outNative.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (t.dir.Get() < 0) Fail("Path/File access error: " + outNative + " (" + std::strerror(errno) + ")");
+
+  auto inTheWay = [&](const std::string& part, bool wantFolder) {
+    struct stat st {};
+    if (::fstatat(t.dir.Get(), part.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) return std::string();
+    if (S_ISLNK(st.st_mode)) return std::string("link in the way");
+    if (S_ISDIR(st.st_mode)) return wantFolder ? std::string() : std::string("folder in the way");
+    return wantFolder ? std::string("file in the way") : std::string("exists");
+  };
+  for (const auto& part : parts) {
+    t.refusal = inTheWay(part, true);
+    if (!t.refusal.empty()) return t;
+    if (::mkdirat(t.dir.Get(), part.c_str(), 0777) != 0 && errno != EEXIST)
+      Fail("Path/File access error: " + t.path + " (" + std::strerror(errno) + ")");
+    Fd next(::openat(t.dir.Get(), part.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (next.Get() < 0) {
+      t.refusal = "link in the way";  // swapped for one since the look
+      return t;
+    }
+    t.dir = std::move(next);
+  }
+  const std::string there = inTheWay(t.leaf, false);
+  if (there == "exists" && Overwrite) {
+    if (::unlinkat(t.dir.Get(), t.leaf.c_str(), 0) != 0 && errno != ENOENT)
+      Fail("Permission denied: " + t.path + " (" + std::strerror(errno) + ")");
+  } else {
+    t.refusal = there;
+  }
+  return t;
 }
 
 int16_t zLibControl::Decompress(const std::string& filename, const std::string& outputpath, bool GetFileInfoOnly,
@@ -417,15 +686,13 @@ int16_t zLibControl::Decompress(const std::string& filename, const std::string& 
   const auto st = fs::status(source, ec);
   if (!fs::exists(st) || fs::is_directory(st)) return -9;
 
-  BinFile in(source, "rb");
+  Input in(source);
   const int64_t length = in.Length();
   SetMax(static_cast<int32_t>(std::min<int64_t>(length, std::numeric_limits<int32_t>::max())));
 
   int32_t bannerLen = 0;
   if (!in.TryReadLong(bannerLen) || bannerLen != kBannerLength || in.Left() < kBannerLength) return -7;
-  char banner[kBannerLength];
-  in.Read(banner, kBannerLength);
-  if (std::memcmp(banner, kBanner, kBannerLength) != 0) return -7;
+  if (std::memcmp(in.Take(kBannerLength), kBanner, kBannerLength) != 0) return -7;
 
   const int32_t last = in.ReadLong();
   if (last < -1) Fail("Subscript out of range: entry count " + std::to_string(last));
@@ -436,8 +703,10 @@ int16_t zLibControl::Decompress(const std::string& filename, const std::string& 
   m_LastIndex = last;
   Progress(in.Pos());
 
-  std::vector<unsigned char> comp, outBuf;
-  for (auto& f : m_Files) {
+  std::unique_ptr<libdeflate_decompressor, DecompressorFree> inflater;
+  const mode_t mode = GetFileInfoOnly ? 0 : NewFileMode();
+  for (int32_t index = 0; index < int32_t(count); ++index) {
+    FileEntry& f = m_Files[static_cast<size_t>(index)];
     const int32_t nameLen = in.ReadLong();
     if (nameLen < 0 || nameLen > in.Left()) Fail("Input past end of file: " + filename);
     std::string name;
@@ -452,62 +721,62 @@ int16_t zLibControl::Decompress(const std::string& filename, const std::string& 
     f.Compressed_CRC32 = static_cast<uint32_t>(in.ReadLong());
     f.Compressed_Size = in.ReadLong();
     Progress(in.Pos());
+    if (EntryRead) EntryRead(index);
 
-    if (f.Compressed_Size <= 0) continue;
+    if (f.Compressed_Size <= 0) {
+      if (f.Compressed_Size < 0 && !GetFileInfoOnly) Skip(index, "negative size");
+      continue;
+    }
     if (GetFileInfoOnly) {
       in.Seek(in.Pos() + f.Compressed_Size);
       Progress(in.Pos());
       continue;
     }
-    const std::string target = CalculateTargetPath(f.filename, outputpath, UsePaths, Overwrite);
-    if (target.empty()) {
+    const Target target = CalculateTargetPath(f.filename, outputpath, UsePaths, Overwrite);
+    if (!target.refusal.empty()) {
+      Skip(index, target.refusal);
       in.Seek(in.Pos() + f.Compressed_Size);
       continue;
     }
+    if (!inflater) inflater.reset(libdeflate_alloc_decompressor());
+    if (!inflater) Fail("Out of memory");
 
     f.TempFile = NewTempName();
     TempGuard guard(f.TempFile);
-    BinFile tmp(f.TempFile, "wb");
-    uLong crcOriginal = 0, crcCompressed = 0;
+    Output tmp(f.TempFile);
+    uint32_t crcOriginal = 0, crcCompressed = 0;
     int64_t remaining = f.Compressed_Size;
     while (remaining > 0) {
       const int32_t origLen = in.ReadLong();
       const int32_t compLen = in.ReadLong();
       if (origLen < 0 || compLen < 0) Fail("Bad block header in " + filename);
       if (compLen > in.Left()) Fail("Input past end of file: " + filename);
-      comp.resize(static_cast<size_t>(compLen));
-      in.Read(comp.data(), comp.size());
+      const unsigned char* comp = in.Take(static_cast<size_t>(compLen));
 
       // The block header only claims a length: no stream of compLen bytes inflates to more
-      // than the ratio bound, so the buffer never needs to be larger.
+      // than the ratio bound, so the room never needs to be larger.
       const int64_t bound = int64_t(compLen) * kMaxInflateRatio + 64;
-      auto sized = [&](int64_t want) {
-        const auto n = static_cast<uLongf>(std::min(want, bound));
-        outBuf.assign(std::max<uLongf>(n, 1), 0);
-        return n;
-      };
-      uLongf outLen = sized(origLen);
-      int result = ::uncompress(outBuf.data(), &outLen, comp.data(), static_cast<uLong>(compLen));
+      auto sized = [&](int64_t want) { return static_cast<size_t>(std::min(want, bound)); };
+      size_t outLen = sized(origLen);
+      unsigned char* out = tmp.Room(outLen);
+      int result = Inflate(inflater.get(), comp, static_cast<size_t>(compLen), out, outLen);
       for (int counter = 0; result != Z_OK; ++counter) {
         if (result == Z_BUF_ERROR) {
           // Retry with room after the rest of the stream; the source is still this block's
           // bytes, as a zlib stream ends inside them anyway.
           outLen = sized(2 * int64_t(counter + 1) * remaining - 1);
-          result = ::uncompress(outBuf.data(), &outLen, comp.data(), static_cast<uLong>(compLen));
+          out = tmp.Room(outLen);
+          result = Inflate(inflater.get(), comp, static_cast<size_t>(compLen), out, outLen);
         } else {
           counter = 11;
         }
-        if (counter >= 10 && result != Z_OK) {
-          tmp.Close();
-          in.Close();
-          return static_cast<int16_t>(result);
-        }
+        if (counter >= 10 && result != Z_OK) return static_cast<int16_t>(result);
       }
       if (CheckCRC32) {
-        crcOriginal = ::crc32(crcOriginal, outBuf.data(), static_cast<uInt>(outLen));
-        if (DoubleCRC32) crcCompressed = ::crc32(crcCompressed, comp.data(), static_cast<uInt>(compLen));
+        crcOriginal = Crc32(crcOriginal, out, outLen);
+        if (DoubleCRC32) crcCompressed = Crc32(crcCompressed, comp, static_cast<size_t>(compLen));
       }
-      tmp.Write(outBuf.data(), outLen);
+      tmp.Commit(outLen);
       Progress(in.Pos());
       remaining -= int64_t(compLen) + 8;
     }
@@ -518,18 +787,33 @@ int16_t zLibControl::Decompress(const std::string& filename, const std::string& 
       // The two comparisons joined as text ("TrueFalse") are no Boolean: the double check
       // cannot decide without SaveCorruptedFiles.
       if (DoubleCRC32) Fail("Type mismatch");
-      keep = static_cast<uint32_t>(crcOriginal) == f.Original_Crc32;
+      keep = crcOriginal == f.Original_Crc32;
     }
     (void)crcCompressed;
     if (keep) {
-      fs::copy_file(f.TempFile, target, fs::copy_options::overwrite_existing, ec);
-      if (ec) {
-        RemoveQuietly(target);
-        Fail("Path/File access error: " + target + " (" + ec.message() + ")");
+      // Moved into place where the temporary folder shares the file system, copied where not.
+      if (::chmod(f.TempFile.c_str(), mode) != 0 ||
+          ::renameat(AT_FDCWD, f.TempFile.c_str(), target.dir.Get(), target.leaf.c_str()) != 0) {
+        if (errno != EXDEV) Fail("Path/File access error: " + target.path + " (" + std::strerror(errno) + ")");
+        Fd from(::open(f.TempFile.c_str(), O_RDONLY | O_CLOEXEC));
+        Fd to(::openat(target.dir.Get(), target.leaf.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                       0666));
+        if (from.Get() < 0 || to.Get() < 0)
+          Fail("Path/File access error: " + target.path + " (" + std::strerror(errno) + ")");
+        try {
+          CopyFd(from.Get(), to.Get(), target.path);
+        } catch (const RuntimeError&) {
+          ::unlinkat(target.dir.Get(), target.leaf.c_str(), 0);
+          throw;
+        }
+      } else {
+        f.TempFile.clear();  // moved: the name is no longer ours
       }
+    } else {
+      Skip(index, "CRC mismatch");
     }
   }
-  in.Close();
+
   return 0;
 }
 

@@ -56,7 +56,10 @@ class zLibControl {
   int16_t Compress(const std::string& filename, bool Overwrite, int32_t level);
 
   // 0 done; -7 no banner; -9 missing file or a directory; other negative values a zlib code.
-  // File errors, and a container that ends too early, throw RuntimeError.
+  // File errors, and a container that ends too early, throw RuntimeError. Entries that are left
+  // out keep the status 0 and are told to Skipped.
+  // Files are written only inside `outputpath`: a name that climbs out of it, or a link that
+  // stands at a target or on its way, is left out. New files get 0666 less the umask.
   int16_t Decompress(const std::string& filename, const std::string& outputpath, bool GetFileInfoOnly,
                      bool CheckCRC32, bool DoubleCRC32, bool SaveCorruptedFiles, bool UsePaths,
                      bool Overwrite);
@@ -64,6 +67,8 @@ class zLibControl {
   // Per-entry properties; a bad index gives "" or -1.
   std::string Original_Crc32(int32_t Index) const;
   std::string filename(int32_t Index) const;
+  // The name as a reader of the container gets it back: after the trip through code page 936.
+  std::string StoredName(int32_t Index) const;
   void SetFilename(int32_t Index, const std::string& value);
   std::string Path(int32_t Index) const;
   std::string Compressed_CRC32(int32_t Index) const;
@@ -76,7 +81,8 @@ class zLibControl {
 
   bool RemoveFile(int32_t Index);
   // Adds one file, or every file that a pattern with "*" or "?" matches; attrib 16 lets the name
-  // match folders too (they are never added).
+  // match folders too (they are never added), attrib 2 lets a pattern match hidden names. The
+  // stored name is the path without drive, "." and ".." parts, behind a leading "\".
   bool AddFile(const std::string& filename, int32_t attrib = 0);
   void reset();
 
@@ -109,6 +115,11 @@ class zLibControl {
   void OnClick() const {
     if (Click) Click();
   }
+  // Told by Decompress of each entry once its header is read, and of each entry it leaves out,
+  // with the reason ("CRC mismatch", "exists", "link in the way", ...).
+  std::function<void(int32_t Index)> EntryRead;
+  std::function<void(int32_t Index, const std::string& reason)> Skipped;
+
   // True once a saved property has been written since creation.
   bool PropertiesChanged() const { return m_PropertiesChanged; }
 
@@ -119,8 +130,10 @@ class zLibControl {
  private:
   void AddOneFile(const std::string& name);
   std::string NewTempName() const;
-  std::string CalculateTargetPath(const std::string& name, const std::string& outputpath, bool UsePaths,
-                                  bool Overwrite) const;
+  struct Target;
+  Target CalculateTargetPath(const std::string& name, const std::string& outputpath, bool UsePaths,
+                             bool Overwrite) const;
+  void Skip(int32_t Index, const std::string& reason) const;
   void ClearFiles();
   bool ValidIndex(int32_t Index) const { return Index >= 0 && Index <= m_LastIndex; }
   void Changed();

@@ -168,17 +168,20 @@ void Form::DoGetFormStatus() {
   if (!m_Context) return;
   try {
     std::string path = GetStatusFile(m_ClassName, *m_Context);
+    if (path.empty()) return;
     GetStatus(m_Controls, path, true);
     if (auto* tv = Tree(); tv && tv->SelectedItem()) RestoreSelected(tv->SelectedItem());
   } catch (const std::exception&) {
   }
 }
 
+// A status that cannot be written is reported; the old file, if any, stays as it was.
 void Form::DoSaveFormStatus() {
   if (!m_Context) return;
   try {
     SaveStatus(m_Controls, GetStatusFile(m_ClassName, *m_Context), false);
-  } catch (const std::exception&) {
+  } catch (const std::exception& e) {
+    RaiseErrMessage(std::string("保存窗体状态失败：") + e.what(), kFailure, Title());
   }
 }
 

@@ -1,8 +1,13 @@
 #include "frame/StatusStore.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <filesystem>
+#include <system_error>
 #include <fstream>
-#include <sstream>
 
 #include "base/RuntimeError.h"
 #include "base/Text.h"
@@ -29,6 +34,32 @@ std::string OneLine(std::string value) {
   for (auto& c : value)
     if (c == '\r' || c == '\n') c = ' ';
   return value;
+}
+
+// Replaces the file by one holding `content`: written to a temporary file in the same folder, then
+// renamed over it, so that readers see the old file or the new one and never a part of either.
+void ReplaceFile(const std::string& path, const std::string& content) {
+  std::string tmp = path + ".XXXXXX";
+  int fd = ::mkstemp(tmp.data());
+  auto fail = [&](int err) {
+    throw RuntimeError("cannot write " + path + ": " + std::generic_category().message(err));
+  };
+  if (fd < 0) fail(errno);
+  struct stat old {};
+  if (::stat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode)) ::fchmod(fd, old.st_mode & 07777);
+  int err = 0;
+  for (size_t done = 0; done < content.size() && !err;) {
+    ssize_t n = ::write(fd, content.data() + done, content.size() - done);
+    if (n >= 0) done += static_cast<size_t>(n);
+    else if (errno != EINTR) err = errno;
+  }
+  if (!err && ::fsync(fd) != 0) err = errno;
+  if (::close(fd) != 0 && !err) err = errno;
+  if (!err && ::rename(tmp.c_str(), path.c_str()) != 0) err = errno;
+  if (err) {
+    ::unlink(tmp.c_str());
+    fail(err);
+  }
 }
 
 int16_t ToInteger(const std::string& s) {
@@ -115,7 +146,7 @@ void IStatusStore::WriteString(const std::string& section, const std::string& ke
       m_Lines.insert(m_Lines.begin() + static_cast<std::ptrdiff_t>(at), line);
     }
   }
-  Save();
+  if (!m_HoldWrites) Flush();
 }
 
 void IStatusStore::WriteInteger(const std::string& section, const std::string& key, int16_t value) {
@@ -126,13 +157,10 @@ void IStatusStore::WriteBoolean(const std::string& section, const std::string& k
   WriteString(section, key, value ? "True" : "False");
 }
 
-void IStatusStore::Save() const {
-  std::ostringstream all;
-  for (const auto& l : m_Lines) all << l << "\n";
-  std::ofstream out(m_Path, std::ios::binary | std::ios::trunc);
-  if (!out) throw RuntimeError("Path/File access error");
-  out << all.str();
-  if (!out) throw RuntimeError("Path/File access error");
+void IStatusStore::Flush() const {
+  std::string all;
+  for (const auto& l : m_Lines) all += l + "\n";
+  ReplaceFile(m_Path, all);
 }
 
 std::string GetStatusFile(const std::string& name, IFormContext& context) {
@@ -141,6 +169,7 @@ std::string GetStatusFile(const std::string& name, IFormContext& context) {
     folder = context.User().HomeFolder;
   } catch (...) {
   }
+  if (folder.empty()) return "";
   folder += "/selfbb";
   std::error_code ec;
   if (!std::filesystem::is_directory(folder, ec)) std::filesystem::create_directories(folder, ec);
@@ -280,6 +309,7 @@ void SaveControl(IStatusStore& store, view::Control& c) {
 }  // namespace
 
 void GetStatus(view::Controls& controls, const std::string& path, bool) {
+  if (path.empty()) return;
   IStatusStore store;
   try {
     store.Open(path);
@@ -289,12 +319,14 @@ void GetStatus(view::Controls& controls, const std::string& path, bool) {
 }
 
 void SaveStatus(view::Controls& controls, const std::string& path, bool) {
-  IStatusStore store;
+  if (path.empty()) return;
+  IStatusStore store(true);
   try {
     store.Open(path);
   } catch (const std::exception&) {
   }
   for (const auto& c : controls) Step([&] { SaveControl(store, *c); });
+  store.Flush();
 }
 
 }  // namespace kmd

@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
 
 #include "base/RuntimeError.h"
 #include "frame/StatusStore.h"
@@ -59,8 +62,8 @@ TEST(StatusStore, StatusFileLiesInSelfbbUnderTheHomeFolder) {
   context.user.HomeFolder = (dir / "u").string();
   EXPECT_EQ(GetStatusFile("JLDW", context), (dir / "u" / "selfbb" / "JLDW.txt").string());
   EXPECT_TRUE(fs::is_directory(dir / "u" / "selfbb"));
-  context.user.HomeFolder = "";
-  EXPECT_EQ(GetStatusFile("JLDW", context), "/selfbb/JLDW.txt");
+  context.user.HomeFolder = "";  // no home folder, no status
+  EXPECT_EQ(GetStatusFile("JLDW", context), "");
 
   auto path = (dir / "p.txt").string();
   EXPECT_EQ(GetProfileValue(path, "route", "last", "none"), "none");
@@ -245,11 +248,38 @@ TEST_F(Walk, UnreadableValuesLeaveOnlyTheirOwnControlAndColumn) {
   EXPECT_EQ(grid->ColWidth(3), 700);
 }
 
-TEST_F(Walk, SaveIntoAMissingFolderFailsSilently) {
+// A save is whole or nothing: a failed one throws with its reason and leaves the old file as it
+// was and no temporary file beside it.
+TEST_F(Walk, FailedSavesThrowAndLeaveTheOldFile) {
   Fill();
   auto bad = (dir / "no" / "X.txt").string();
-  SaveStatus(c, bad, false);
-  EXPECT_FALSE(fs::exists(bad));
+  EXPECT_THROW(SaveStatus(c, bad, false), RuntimeError);
+  EXPECT_FALSE(fs::exists(dir / "no"));
   GetStatus(c, bad, true);
   EXPECT_EQ(tv->SelectedItem(), tv->Item("k3"));
+
+  WriteFile(path, "[Form]\nTEXTBOX_Text1=old\n");
+  struct rlimit saved {};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+  auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+  struct rlimit small = saved;
+  small.rlim_cur = 64;  // the walk writes some 500 bytes
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  std::string why;
+  try {
+    SaveStatus(c, path, false);
+  } catch (const RuntimeError& e) {
+    why = e.what();
+  }
+  setrlimit(RLIMIT_FSIZE, &saved);
+  std::signal(SIGXFSZ, oldHandler);
+  EXPECT_EQ(why, "cannot write " + path + ": File too large");
+  EXPECT_EQ(ReadFile(path), "[Form]\nTEXTBOX_Text1=old\n");
+
+  fs::create_directories(dir / "D.txt");  // a folder in the file's place
+  EXPECT_THROW(SaveStatus(c, (dir / "D.txt").string(), false), RuntimeError);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 2);
+
+  SaveStatus(c, "", false);  // no path: nothing is written
+  GetStatus(c, "", true);
 }

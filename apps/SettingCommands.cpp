@@ -1,9 +1,7 @@
 #include "apps/SettingCommands.h"
 
-#include <filesystem>
 #include <iostream>
 
-#include "base/RuntimeError.h"
 #include "db/Connection.h"
 #include "db/Database.h"
 #include "host/Context.h"
@@ -36,10 +34,6 @@ void Add(CLI::App& app, Command& c, const char* name, const char* what) {
 }
 
 int Run(const Command& c) {
-  if (!std::filesystem::exists(c.db)) {
-    std::cerr << "kmd: " << c.db << " does not exist; make it with: kmd init --db " << c.db << "\n";
-    return 1;
-  }
   try {
     auto database = std::make_shared<db::Database>(db::Open(c.db));
     host::Context context(database, IUserInfo{});
@@ -52,7 +46,7 @@ int Run(const Command& c) {
                                  : context.SetParameter(c.module, c.key, c.value);
     if (err.empty()) return 0;
     std::cerr << "kmd: " << err << "\n";
-  } catch (const RuntimeError& e) {
+  } catch (const std::exception& e) {
     std::cerr << "kmd: " << e.what() << "\n";
   }
   return 1;

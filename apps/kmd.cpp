@@ -1,12 +1,12 @@
 // The kmd command: makes databases and runs the master-data forms on them.
 #include <CLI/CLI.hpp>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 
-#include "base/RuntimeError.h"
 #include "db/Connection.h"
 #include "db/Database.h"
 #include "host/Context.h"
@@ -33,6 +33,9 @@ std::string DefaultUser() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // A write past the file-size limit fails with EFBIG and is reported like a full disk, instead of
+  // ending the program.
+  std::signal(SIGXFSZ, SIG_IGN);
   CLI::App app{"kmd: master-data maintenance forms of the ERP suite"};
   app.require_subcommand(1);
 
@@ -67,10 +70,6 @@ int main(int argc, char** argv) {
       return 0;
     }
     if (run->parsed()) {
-      if (!std::filesystem::exists(db)) {
-        std::cerr << "kmd: " << db << " does not exist; make it with: kmd init --db " << db << "\n";
-        return 1;
-      }
       auto database = std::make_shared<kmd::db::Database>(kmd::db::Open(db));
       auto context = std::make_shared<kmd::host::Context>(database, kmd::IUserInfo{user, home, ""});
       kmd::host::ScriptHost host(context, std::cout, std::cerr);
@@ -82,7 +81,7 @@ int main(int argc, char** argv) {
       }
       return host.Run(in, script);
     }
-  } catch (const kmd::RuntimeError& e) {
+  } catch (const std::exception& e) {
     std::cerr << "kmd: " << e.what() << "\n";
     return 1;
   }

@@ -1,5 +1,6 @@
 #include "frame/FormRegistry.h"
 
+#include "base/RuntimeError.h"
 #include "base/Text.h"
 
 namespace kmd {
@@ -15,11 +16,15 @@ const FormRegistry::Entry* FormRegistry::FindEntry(const std::string& className)
 std::unique_ptr<FormGuard> FormRegistry::Create(const std::string& className, view::Platform& platform) const {
   const Entry* e = FindEntry(className);
   if (!e) return nullptr;
+  std::string why;
   try {
     return std::make_unique<FormGuard>(e->factory(platform));
-  } catch (const std::exception&) {
-    return nullptr;
+  } catch (const std::exception& ex) {
+    why = ex.what();
+  } catch (...) {
+    why = "unknown error";
   }
+  throw RuntimeError("cannot create form " + e->className + ": " + why);
 }
 
 }  // namespace kmd

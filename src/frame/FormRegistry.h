@@ -28,7 +28,8 @@ class FormRegistry {
   void Add(Entry entry);
 
   // Creates the form (running its InitProperties) behind a guard; null for an unknown class.
-  // The class name is compared without Latin case.
+  // The class name is compared without Latin case. A form whose constructor fails throws
+  // RuntimeError "cannot create form <Class>: <reason>".
   std::unique_ptr<FormGuard> Create(const std::string& className, view::Platform& platform) const;
   const Entry* FindEntry(const std::string& className) const;
   const std::vector<Entry>& Entries() const { return m_Entries; }

@@ -29,7 +29,7 @@ std::pair<std::string, std::string> SplitWord(const std::string& s) {
 
 ScriptHost::ScriptHost(std::shared_ptr<Context> context, std::ostream& out, std::ostream& err,
                        const FormRegistry* forms)
-    : m_Context(std::move(context)), m_Out(out), m_Err(err), m_Forms(forms ? forms : &AllForms()) {
+    : m_Context(std::move(context)), m_Lines(out), m_Out(&m_Lines), m_Err(err), m_Forms(forms ? forms : &AllForms()) {
   if (!m_Context) return;
   m_Context->SetWindows(this, [this](const LookupWindow& window, const db::Recordset& rows,
                                      const std::string& textColumn) { return Browse(window, rows, textColumn); });
@@ -55,6 +55,7 @@ int ScriptHost::Run(std::istream& script, const std::string& name) {
     try {
       Execute(line);
       FlushJournal();
+      if (!m_Out) throw ScriptError{"the transcript cannot be written"};
     } catch (const ScriptError& e) {
       m_Out.flush();
       m_Err << name << ":" << number << ": " << e.message << "\n";
@@ -67,8 +68,29 @@ int ScriptHost::Run(std::istream& script, const std::string& name) {
   return 0;
 }
 
+ScriptHost::LineFlush::int_type ScriptHost::LineFlush::overflow(int_type c) {
+  if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+  char ch = traits_type::to_char_type(c);
+  return xsputn(&ch, 1) == 1 ? c : traits_type::eof();
+}
+
+std::streamsize ScriptHost::LineFlush::xsputn(const char* s, std::streamsize n) {
+  m_Pending.append(s, static_cast<size_t>(n));
+  if (std::find(s, s + n, '\n') != s + n && sync() != 0) return 0;
+  return n;
+}
+
+int ScriptHost::LineFlush::sync() {
+  m_Target.write(m_Pending.data(), static_cast<std::streamsize>(m_Pending.size()));
+  m_Pending.clear();
+  m_Target.flush();
+  return m_Target ? 0 : -1;
+}
+
 FormGuard& ScriptHost::CurrentForm() {
   if (!m_Form) throw ScriptError{"no form is open"};
+  // Clear has released the form's tree and controls: nothing of it may be reached any more.
+  if (m_Form->Cleared()) throw ScriptError{"the form was cleared"};
   return *m_Form;
 }
 
@@ -89,7 +111,11 @@ void ScriptHost::Execute(const std::string& line) {
     in >> m_ProgramId >> m_RecordId;
     // A later open releases the earlier form without any call on it.
     m_Form.reset();
-    m_Form = m_Forms->Create(cls, *this);
+    try {
+      m_Form = m_Forms->Create(cls, *this);
+    } catch (const std::exception& e) {
+      throw ScriptError{e.what()};
+    }
     if (!m_Form) throw ScriptError{"unknown form class " + cls};
     m_Form->SetEventSink(this);
   } else if (cmd == "type") {
@@ -274,7 +300,7 @@ std::string ScriptHost::TakeAnswer() {
 void ScriptHost::RunPendingBrowse() {
   view::TextField* f = m_PendingBrowse;
   m_PendingBrowse = nullptr;
-  if (f && m_Form) CurrentForm().Run([&] { f->UserBrowse(); });
+  if (f && m_Form && !m_Form->Cleared()) m_Form->Run([&] { f->UserBrowse(); });
 }
 
 int ScriptHost::Browse(const LookupWindow& window, const db::Recordset& rows, const std::string& textColumn) {

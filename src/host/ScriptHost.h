@@ -3,6 +3,7 @@
 #include <istream>
 #include <memory>
 #include <ostream>
+#include <streambuf>
 #include <string>
 
 #include "frame/FormGuard.h"
@@ -14,8 +15,10 @@
 namespace kmd::host {
 
 // The automation host behind `kmd run`: one command a line, a transcript on `out`.
-// A script error (unknown command or control) stops the run with exit status 2; otherwise the
-// status is 0, whatever the forms answered.
+// A script error (unknown command or control, a form that cannot be created, a command on a form
+// that Clear released) stops the run with exit status 2; otherwise the status is 0, whatever the
+// forms answered. Each transcript line reaches `out` (flushed) as soon as it is written, so that
+// a run that is killed leaves what it did.
 // Reference fields: `lookup <control> <text>` types the text and leaves the field; `browse
 // <control>` opens the field's browse window, which takes the row whose shown text or code equals
 // the next answer (queued before, or given by the `answer` line right after), and prints
@@ -50,6 +53,20 @@ class ScriptHost : public view::Platform, public IFormEvents {
   struct ScriptError {
     std::string message;
   };
+  // Passes what is written on to a stream, flushing it at the end of every line.
+  class LineFlush : public std::streambuf {
+   public:
+    explicit LineFlush(std::ostream& target) : m_Target(target) {}
+
+   protected:
+    int_type overflow(int_type c) override;
+    std::streamsize xsputn(const char* s, std::streamsize n) override;
+    int sync() override;
+
+   private:
+    std::ostream& m_Target;
+    std::string m_Pending;
+  };
   void Execute(const std::string& line);
   bool CallOperation(const std::string& op, const std::string& args);
   void ShowTree();
@@ -64,7 +81,8 @@ class ScriptHost : public view::Platform, public IFormEvents {
   void RunPendingBrowse();
 
   std::shared_ptr<Context> m_Context;
-  std::ostream& m_Out;
+  LineFlush m_Lines;
+  std::ostream m_Out;
   std::ostream& m_Err;
   std::unique_ptr<FormGuard> m_Form;
   int32_t m_ProgramId = 0;

@@ -1,6 +1,11 @@
 #include "host/Setup.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <filesystem>
+#include <system_error>
 
 #include "base/RuntimeError.h"
 #include "db/SqliteConnection.h"
@@ -8,30 +13,65 @@
 
 namespace kmd::host {
 
+namespace fs = std::filesystem;
+
+namespace {
+
+[[noreturn]] void Fail(const std::string& path, const std::string& why) {
+  throw RuntimeError("cannot make " + path + ": " + why);
+}
+
+// The empty file beside `path` that the new database is made in; refuses what cannot be written.
+std::string MakeTemporary(const std::string& path) {
+  fs::path target(path);
+  fs::path folder = target.parent_path().empty() ? fs::path(".") : target.parent_path();
+  std::error_code ec;
+  if (!fs::is_directory(folder, ec)) Fail(path, ec ? ec.message() : "there is no folder " + folder.string());
+  if (target.filename().empty()) Fail(path, "that is a folder");
+  std::string tmp = path + ".init-" + std::to_string(::getpid());
+  fs::remove(tmp, ec);
+  int fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (fd < 0) Fail(path, std::generic_category().message(errno));
+  ::close(fd);
+  return tmp;
+}
+
+void RemoveTemporary(const std::string& tmp) {
+  std::error_code ec;
+  for (const char* suffix : {"", "-journal", "-wal", "-shm"}) fs::remove(tmp + suffix, ec);
+}
+
+}  // namespace
+
 void InitDatabase(const std::string& path, bool force) {
-  namespace fs = std::filesystem;
-  if (fs::exists(path)) {
-    if (!force) throw RuntimeError(path + " already exists; use --force to replace it");
-    fs::remove(path);
-  }
-  std::string tmp = path + ".init";
-  fs::remove(tmp);
-  {
+  std::error_code ec;
+  auto status = fs::symlink_status(path, ec);
+  if (fs::is_directory(status)) Fail(path, "that is a folder");
+  if (fs::exists(status) && !force) throw RuntimeError(path + " already exists; use --force to replace it");
+  std::string tmp = MakeTemporary(path);
+  std::string err;
+  try {
     db::SqliteConnection connection(tmp, true);
-    std::string err = connection.RunScript("BEGIN");
+    err = connection.RunScript("BEGIN");
     for (const auto& script : schema::Scripts()) {
       if (!err.empty()) break;
       err = connection.RunScript(script.sql);
       if (!err.empty()) err = std::string(script.name) + ": " + err;
     }
     if (err.empty()) err = connection.RunScript("COMMIT");
-    if (!err.empty()) {
-      connection.RunScript("ROLLBACK");
-      fs::remove(tmp);
-      throw RuntimeError("cannot make the database: " + err);
-    }
+    if (!err.empty()) connection.RunScript("ROLLBACK");
+  } catch (const std::exception& e) {
+    err = e.what();
   }
-  fs::rename(tmp, path);
+  // The old database is replaced only by a whole new one.
+  if (err.empty()) {
+    fs::rename(tmp, path, ec);
+    if (ec) err = ec.message();
+  }
+  if (!err.empty()) {
+    RemoveTemporary(tmp);
+    Fail(path, err);
+  }
 }
 
 }  // namespace kmd::host

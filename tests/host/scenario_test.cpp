@@ -1,11 +1,17 @@
 // Runs every transcript under tests/scenarios: the lines "> command" are the script, every other
 // line (but "#" comments) is the expected transcript. Each runs on a fresh demo database.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 
+#include "base/RuntimeError.h"
 #include "db/Connection.h"
 #include "host/Context.h"
 #include "host/ScriptHost.h"
@@ -79,5 +85,138 @@ INSTANTIATE_TEST_SUITE_P(All, Scenario, testing::ValuesIn(ScenarioFiles()),
                              if (!isalnum(static_cast<unsigned char>(c))) c = '_';
                            return n;
                          });
+
+// What a script meets when something around the forms fails: a released form, a form that cannot
+// be made, a status file that cannot be written, a database that cannot be made, a killed run.
+class HostFailures : public testing::Test {
+ protected:
+  void SetUp() override {
+    dir = fs::temp_directory_path() / ("kmd_failures_" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    db = (dir / "test.db").string();
+    kmd::host::InitDatabase(db, false);
+  }
+  void TearDown() override { fs::remove_all(dir); }
+
+  // Runs the script on the database; gives the exit status, the transcript in `out`, errors in `err`.
+  int Run(const std::string& script, const std::string& home, const kmd::FormRegistry* forms = nullptr) {
+    out.str("");
+    err.str("");
+    auto database = std::make_shared<kmd::db::Database>(kmd::db::Open(db));
+    auto context = std::make_shared<kmd::host::Context>(database, kmd::IUserInfo{"tester", home, ""});
+    kmd::host::ScriptHost host(context, out, err, forms);
+    std::istringstream in(script);
+    return host.Run(in, "s");
+  }
+
+  fs::path dir;
+  std::string db;
+  std::ostringstream out, err;
+};
+
+TEST_F(HostFailures, ACommandOnAClearedFormIsAScriptError) {
+  for (std::string command : {"pick k2", "show tree", "show fields", "type qnT(0) X", "click Opt(0)", "lookup qnT(0) X",
+                              "browse qnT(0)", "FileNew", "Refresh", "GetID", "DoSaveFormStatus", "Clear"}) {
+    EXPECT_EQ(Run("open JLDW\nInit\nRefresh\nClear\n" + command + "\n", ""), 2) << command;
+    EXPECT_EQ(err.str(), "s:5: the form was cleared\n") << command;
+  }
+  // A new form may be opened after it.
+  EXPECT_EQ(Run("open JLDW\nInit\nClear\nopen JLDW\nInit\nRefresh\npick k2\n", ""), 0) << err.str();
+}
+
+TEST_F(HostFailures, AFormThatCannotBeMadeIsNamedWithItsReason) {
+  kmd::FormRegistry forms;
+  forms.Add({"Broken", "坏窗体", "test", [](kmd::view::Platform&) -> std::unique_ptr<kmd::Form> {
+               throw kmd::RuntimeError("no such table: kmdjldw");
+             }});
+  EXPECT_EQ(Run("open broken\n", "", &forms), 2);
+  EXPECT_EQ(err.str(), "s:1: cannot create form Broken: no such table: kmdjldw\n");
+  EXPECT_EQ(Run("open Nothing\n", "", &forms), 2);
+  EXPECT_EQ(err.str(), "s:1: unknown form class Nothing\n");
+}
+
+TEST_F(HostFailures, AStatusThatCannotBeWrittenIsReportedAndNoHomeKeepsNone) {
+  std::string home = (dir / "home").string();
+  std::ofstream(home) << "a file, not a folder";
+  ASSERT_EQ(Run("open JLDW\nInit\nDoSaveFormStatus\n", home), 0) << err.str();
+  EXPECT_NE(out.str().find("event ErrMessage 8 计量单位 | 保存窗体状态失败：cannot write " + home +
+                           "/selfbb/JLDW.txt: Not a directory\n"),
+            std::string::npos)
+      << out.str();
+  ASSERT_EQ(Run("open JLDW\nInit\nRefresh\npick k2\nDoSaveFormStatus\nopen JLDW\nInit\nRefresh\nDoGetFormStatus\nshow tree\n", ""), 0);
+  EXPECT_EQ(out.str().find("event ErrMessage"), std::string::npos) << out.str();
+  EXPECT_EQ(out.str().find("k2 \"KG  千克\" 2 *"), std::string::npos) << out.str();  // nothing came back
+}
+
+// kmd init: every failure is one RuntimeError, and a replacement that fails leaves the old file.
+TEST_F(HostFailures, InitReportsFailuresAndForceKeepsTheOldDatabaseUntilTheNewIsWhole) {
+  auto message = [](const std::string& path, bool force) {
+    try {
+      kmd::host::InitDatabase(path, force);
+    } catch (const kmd::RuntimeError& e) {
+      return std::string(e.what());
+    }
+    return std::string("made");
+  };
+  std::string missing = (dir / "no" / "x.db").string();
+  EXPECT_EQ(message(missing, false), "cannot make " + missing + ": there is no folder " + (dir / "no").string());
+  fs::create_directories(dir / "f.db");
+  EXPECT_EQ(message((dir / "f.db").string(), true), "cannot make " + (dir / "f.db").string() + ": that is a folder");
+  EXPECT_EQ(message(db, false), db + " already exists; use --force to replace it");
+
+  auto before = fs::file_size(db);
+  struct rlimit saved {};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+  auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+  struct rlimit small = saved;
+  small.rlim_cur = 16384;
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  std::string failed = message(db, true);
+  setrlimit(RLIMIT_FSIZE, &saved);
+  std::signal(SIGXFSZ, oldHandler);
+  EXPECT_EQ(failed.rfind("cannot make " + db + ": ", 0), 0u) << failed;
+  EXPECT_EQ(fs::file_size(db), before);
+  EXPECT_EQ(kmd::db::Open(db)->Run("select 1 from kmdjldw where 单位ID=2", {}, nullptr), "");
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 2);  // test.db, f.db
+  EXPECT_EQ(message(db, true), "made");
+}
+
+// A killed run leaves every line of what it did: the script's reader kills the process when the
+// script runs dry, before the run's end could flush anything.
+TEST_F(HostFailures, AKilledRunHasWrittenItsLines) {
+  int pipeEnds[2];
+  ASSERT_EQ(::pipe(pipeEnds), 0);
+  std::fflush(nullptr);
+  pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    ::close(pipeEnds[0]);
+    ::dup2(pipeEnds[1], STDOUT_FILENO);
+    struct KillAtEnd : std::stringbuf {
+      using std::stringbuf::stringbuf;
+      int_type underflow() override {
+        int_type c = std::stringbuf::underflow();
+        if (traits_type::eq_int_type(c, traits_type::eof())) ::raise(SIGKILL);
+        return c;
+      }
+    } script("open JLDW\nInit\n");
+    std::istream in(&script);
+    auto database = std::make_shared<kmd::db::Database>(kmd::db::Open(db));
+    auto context = std::make_shared<kmd::host::Context>(database, kmd::IUserInfo{"tester", "", ""});
+    kmd::host::ScriptHost host(context, std::cout, std::cerr);
+    host.Run(in, "killed");
+    ::_exit(0);
+  }
+  ::close(pipeEnds[1]);
+  std::string got;
+  char buffer[512];
+  for (ssize_t n; (n = ::read(pipeEnds[0], buffer, sizeof buffer)) > 0;) got.append(buffer, static_cast<size_t>(n));
+  ::close(pipeEnds[0]);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+  EXPECT_EQ(got, "> open JLDW\n> Init\n= True\n");
+}
 
 }  // namespace

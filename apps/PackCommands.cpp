@@ -2,11 +2,9 @@
 
 #include <unistd.h>
 
-#include <filesystem>
 #include <iostream>
 
-#include "base/RuntimeError.h"
-#include "files/zLibControl.h"
+#include "files/PackTool.h"
 
 namespace kmd::apps {
 
@@ -37,23 +35,10 @@ void ShowProgress(zLibControl& z) {
   };
 }
 
-std::string StatusText(int status) {
-  switch (status) {
-    case 0: return "done";
-    case -7: return "no files, or not a container";
-    case -8: return "the target exists (use --overwrite)";
-    case -9: return "the file is missing or is a directory";
-    default: return "compression error " + std::to_string(status);
-  }
-}
-
+// Clears the progress bar's line once the command is done.
 int Finish(int status) {
   if (isatty(STDERR_FILENO)) std::cerr << "\r" << std::string(46, ' ') << "\r";
-  if (status != 0) {
-    std::cerr << "kmd: " << StatusText(status) << "\n";
-    return 1;
-  }
-  return 0;
+  return status;
 }
 
 }  // namespace
@@ -61,14 +46,18 @@ int Finish(int status) {
 void AddPackCommands(CLI::App& app) {
   g.pack = app.add_subcommand("pack", "Pack files into a container");
   g.pack->add_option("ARCHIVE", g.archive, "Container to write")->required();
-  g.pack->add_option("FILE", g.files, "Files or patterns with * and ?")->required();
-  g.pack->add_option("--level", g.level, "Compression level 1 to 9 (others fall back to 6)");
+  g.pack->add_option("FILE", g.files, "Files or patterns with * and ? (patterns leave out hidden names)")
+      ->required();
+  g.pack->add_option("--level", g.level,
+                     "Compression level: 1 fastest to 9 smallest, 0 stores the bytes uncompressed (still in zlib "
+                     "streams), other values mean 6");
   g.pack->add_flag("--overwrite", g.overwrite, "Replace an existing container");
 
   g.unpack = app.add_subcommand("unpack", "Unpack a container");
   g.unpack->add_option("ARCHIVE", g.archive, "Container to read")->required();
   g.unpack->add_option("--to", g.to, "Output folder");
   g.unpack->add_flag("--check-crc", g.checkCrc, "Check each file's CRC and skip corrupted ones");
+  g.unpack->footer("Entries left out are reported as \"skipped NAME (reason)\" and make the exit status 1.");
   g.unpack->add_flag("--paths", g.paths, "Keep the stored folders");
   g.unpack->add_flag("--overwrite", g.overwrite, "Replace existing files");
 
@@ -77,31 +66,12 @@ void AddPackCommands(CLI::App& app) {
 }
 
 int RunPackCommands() {
-  try {
-    zLibControl z;
-    ShowProgress(z);
-    if (g.pack->parsed()) {
-      for (const auto& f : g.files)
-        if (!z.AddFile(f)) std::cerr << "kmd: nothing to add for " << f << "\n";
-      return Finish(z.Compress(g.archive, g.overwrite, g.level));
-    }
-    if (g.unpack->parsed()) {
-      std::string out = g.to.empty() ? "." : g.to;
-      if (out.front() != '/') out = (std::filesystem::current_path() / out).string();
-      return Finish(z.Decompress(g.archive, out, false, g.checkCrc, false, false, g.paths, g.overwrite));
-    }
-    if (g.list->parsed()) {
-      int status = z.Decompress(g.archive, "/", true, false, false, false, true, false);
-      if (status == 0)
-        for (int32_t i = 0; i < z.FileCount(); ++i)
-          std::cout << z.FileSize(i) << "\t" << z.Compressed_Size(i) << "\t" << z.Original_Crc32(i) << "\t"
-                    << z.filename(i) << "\n";
-      return Finish(status);
-    }
-  } catch (const RuntimeError& e) {
-    std::cerr << "\nkmd: " << e.what() << "\n";
-    return 1;
-  }
+  zLibControl z;
+  ShowProgress(z);
+  if (g.pack->parsed()) return Finish(PackTool::Pack(z, g.archive, g.files, g.level, g.overwrite, std::cerr));
+  if (g.unpack->parsed())
+    return Finish(PackTool::Unpack(z, g.archive, g.to, g.checkCrc, g.paths, g.overwrite, std::cerr));
+  if (g.list->parsed()) return Finish(PackTool::List(z, g.archive, std::cout, std::cerr));
   return -1;
 }
 

@@ -21,17 +21,23 @@ namespace kmd::mShellExecute {
 namespace {
 
 constexpr int32_t kSuccess = 42;  // any answer above 32 means success
-constexpr int32_t kOutOfMemory = 8, kFileNotFound = 2, kPathNotFound = 3, kAccessDenied = 5, kBadFormat = 11,
-                  kNoAssociation = 31;
+constexpr int32_t kOutOfMemory = 8, kFileNotFound = 2, kPathNotFound = 3, kAccessDenied = 5, kNoAssociation = 31;
 // The application error base plus 1048: the number of a failure without a number of its own.
 constexpr int32_t kDefaultErrorBase = -2147220456;
 
-// Starts argv in a grandchild, so that nothing is left to reap, and waits a moment for its end:
-// a quick failure (no handler, no such file) is then seen; a program still running has started.
-int RealLaunch(const std::vector<std::string>& argv, const std::string& folder, bool) {
-  std::vector<char*> args;
-  for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-  args.push_back(nullptr);
+bool DesktopPresent() {
+  const char* x = std::getenv("DISPLAY");
+  const char* w = std::getenv("WAYLAND_DISPLAY");
+  return (x && *x) || (w && *w);
+}
+
+// Starts the desktop's opener in a grandchild, so that nothing is left to reap, and waits a
+// moment for its end: a quick failure (no handler, no such file) is then seen; an opener still
+// running has started.
+int DesktopOpen(const std::string& target, const std::string& folder) {
+  if (!DesktopPresent()) return 3;  // as xdg-open answers when it finds no tool
+  const std::string opener = "xdg-open";
+  char* args[] = {const_cast<char*>(opener.c_str()), const_cast<char*>(target.c_str()), nullptr};
   const char* dir = folder.empty() ? nullptr : folder.c_str();
   const pid_t middle = ::fork();
   if (middle < 0) return -2;
@@ -48,7 +54,7 @@ int RealLaunch(const std::vector<std::string>& argv, const std::string& folder, 
         ::dup2(nul, 1);
         ::dup2(nul, 2);
       }
-      ::execvp(args[0], args.data());
+      ::execvp(args[0], args);
       ::_exit(127);
     }
     const timespec pause{0, 50 * 1000 * 1000};
@@ -72,50 +78,21 @@ int RealLaunch(const std::vector<std::string>& argv, const std::string& folder, 
   return code;
 }
 
-Launcher& CurrentLauncher() {
-  static Launcher launcher = RealLaunch;
-  return launcher;
-}
-
-bool DesktopPresent() {
-  const char* x = std::getenv("DISPLAY");
-  const char* w = std::getenv("WAYLAND_DISPLAY");
-  return (x && *x) || (w && *w);
+Opener& CurrentOpener() {
+  thread_local Opener opener = DesktopOpen;
+  return opener;
 }
 
 bool IsUrl(const std::string& s) {
   return s.find("://") != std::string::npos || text::StartsWithNoCase(s, "mailto:");
 }
 
-// Parameters split at blanks; double quotes group and are dropped.
-std::vector<std::string> SplitParameters(const std::string& s) {
-  std::vector<std::string> out;
-  std::string cur;
-  bool quoted = false, any = false;
-  for (char c : s) {
-    if (c == '"') {
-      quoted = !quoted;
-      any = true;
-    } else if ((c == ' ' || c == '\t') && !quoted) {
-      if (any) out.push_back(cur);
-      cur.clear();
-      any = false;
-    } else {
-      cur += c;
-      any = true;
-    }
-  }
-  if (any) out.push_back(cur);
-  return out;
-}
-
-int32_t OpenWithDesktop(const std::string& target, const std::string& folder) {
-  if (!DesktopPresent()) return kNoAssociation;
-  switch (CurrentLauncher()({"xdg-open", target}, folder, false)) {
+int32_t Open(const std::string& target, const std::string& folder) {
+  switch (CurrentOpener()(target, folder)) {
     case 0: return kSuccess;
     case -2: return kOutOfMemory;
     case 2: return kFileNotFound;
-    default: return kNoAssociation;  // no xdg-open, no tool, no handler
+    default: return kNoAssociation;  // no opener, no tool, no handler
   }
 }
 
@@ -149,17 +126,17 @@ Failure FailureOf(int32_t result) {
 
 }  // namespace
 
-void SetLauncher(Launcher launcher) { CurrentLauncher() = launcher ? std::move(launcher) : Launcher(RealLaunch); }
+void SetOpener(Opener opener) { CurrentOpener() = opener ? std::move(opener) : Opener(DesktopOpen); }
 
-int32_t ShellExecute(const std::string& verb, const std::string& file, const std::string& parameters,
-                     const std::string& folder, int32_t show) {
+int32_t ShellExecute(const std::string& verb, const std::string& file, const std::string& /*parameters*/,
+                     const std::string& folder, int32_t /*show*/) {
   const std::string v = text::LCase(verb);
   if (!v.empty() && v != "open" && v != "explore") return kNoAssociation;
   const std::string dir = zpath::ToNative(folder);
   std::error_code ec;
   if (!dir.empty() && !fs::is_directory(dir, ec)) return kPathNotFound;
   if (file.empty()) return kFileNotFound;
-  if (IsUrl(file)) return v == "explore" ? kNoAssociation : OpenWithDesktop(file, dir);
+  if (IsUrl(file)) return v == "explore" ? kNoAssociation : Open(file, dir);
 
   // A relative name is taken from the working folder when one is given.
   std::string native = zpath::ToNative(file);
@@ -172,16 +149,8 @@ int32_t ShellExecute(const std::string& verb, const std::string& file, const std
   if (::access(native.c_str(), R_OK) != 0) return kAccessDenied;
   const bool isFolder = fs::is_directory(st);
   if (v == "explore" && !isFolder) return kNoAssociation;
-  if (!isFolder && ::access(native.c_str(), X_OK) == 0) {
-    std::vector<std::string> argv{native};
-    for (auto& p : SplitParameters(parameters)) argv.push_back(std::move(p));
-    switch (CurrentLauncher()(argv, dir, show == 0)) {
-      case -2: return kOutOfMemory;
-      case -1: return kBadFormat;
-      default: return kSuccess;  // the program ran; its own exit status is its business
-    }
-  }
-  return OpenWithDesktop(native, dir);
+  // A program file is opened like any other: whether it runs is the desktop's decision.
+  return Open(native, dir);
 }
 
 bool ShellOpen(const std::string& file, int32_t show, const std::string& parameters, const std::string& folder,

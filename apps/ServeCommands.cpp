@@ -50,8 +50,12 @@ int Serve() {
   }
   if (g.bind != "127.0.0.1" && g.bind != "localhost" && g.bind != "::1")
     std::cerr << "kmd: warning: listening on " << g.bind
-              << " lets anyone who reaches this machine use the forms: there is no login\n";
-  std::string shown = g.bind == "0.0.0.0" ? "127.0.0.1" : g.bind;
+              << " lets anyone who reaches this machine use the forms: there is no login. Open the page by"
+                 " an address of this machine, http://ADDRESS:"
+              << port << "/; requests that name the server by another name are refused\n";
+  // The page answers only to the address it is opened by: the address listened on, or loopback.
+  std::string shown = g.bind == "0.0.0.0" ? "127.0.0.1" : g.bind == "::" ? "::1" : g.bind;
+  if (shown.find(':') != std::string::npos) shown = "[" + shown + "]";
   std::cout << "kmd serve: open http://" << shown << ":" << port << "/ (database " << g.db << ", user " << g.user
             << "; Ctrl+C stops)" << std::endl;
   std::thread waiter([&] {

@@ -25,11 +25,7 @@ export async function request(method, url, body) {
   for (;;) {
     let reason;
     try {
-      const res = await fetch(url, {
-        method,
-        headers: body === undefined ? {} : { 'Content-Type': 'application/json' },
-        body: body === undefined ? (method === 'GET' ? undefined : '{}') : JSON.stringify(body),
-      });
+      const res = await fetch(url, method === 'GET' ? { method } : post(method, body));
       const data = await res.json().catch(() => ({ error: '服务器的回答无法读取' }));
       if (res.status < 500) return { status: res.status, body: data };
       reason = `服务器出错（${res.status}）：${data.error || ''}`;
@@ -38,6 +34,11 @@ export async function request(method, url, body) {
     }
     await showOffline(reason);
   }
+}
+
+// The host takes only JSON bodies for anything but GET.
+function post(method, body = {}) {
+  return { method, headers: { 'Content-Type': 'application/json' }, body: JSON.stringify(body) };
 }
 
 // Runs the jobs given to it one after the other, so that a window's requests keep their order.
@@ -54,7 +55,7 @@ export class Queue {
   }
 }
 
-// Leaving the page: the window is closed even though the page goes away.
-export function closeOnLeave(windowId) {
-  navigator.sendBeacon(`/api/windows/${windowId}/close`, new Blob(['{}'], { type: 'text/plain' }));
+// A request that is not waited for: it is sent even when the page goes away meanwhile.
+export function send(url) {
+  fetch(url, { ...post('POST'), keepalive: true }).catch(() => {});
 }

@@ -1,7 +1,7 @@
 // The page: the start page with the forms by subsystem, form windows as tabs, the journal panel
 // and notices. Open tabs are remembered, so that a reload opens them again (each window's form
 // then restores its last selection itself).
-import { request, setupRetry, closeOnLeave } from './api.js';
+import { request, send, setupRetry } from './api.js';
 import { el, isOpen } from './dialogs.js';
 import { FormWindow } from './window.js';
 
@@ -159,11 +159,11 @@ function setupKeys() {
     document.getElementById('journal-toggle').setAttribute('aria-expanded', String(!folded));
     j.querySelector('.fold').textContent = folded ? '▸' : '▾';
   });
-  window.addEventListener('pagehide', () => app.windows.forEach((w) => !w.closed && closeOnLeave(w.id)));
+  // Leaving the page closes its windows.
+  window.addEventListener('pagehide', () => app.windows.forEach((w) => !w.closed && send(`/api/windows/${w.id}/close`)));
   window.addEventListener('resize', () => app.active?.treePane?.onScroll());
   // The host closes windows no page has named for a while; these are still shown.
-  setInterval(() => app.windows.forEach((w) => !w.closed &&
-    fetch(`/api/windows/${w.id}/ping`, { method: 'POST', body: '{}' }).catch(() => {})), 30000);
+  setInterval(() => app.windows.forEach((w) => !w.closed && send(`/api/windows/${w.id}/ping`)), 30000);
 }
 
 async function start() {

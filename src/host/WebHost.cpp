@@ -2,8 +2,14 @@
 
 #include <httplib.h>
 
+#include <netdb.h>
+#include <poll.h>
+#include <sys/random.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <vector>
 
 #include "base/Text.h"
@@ -35,6 +41,61 @@ std::optional<int> Number(const std::string& s) {
   auto [p, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
   if (ec != std::errc() || p != s.data() + s.size() || s.empty()) return std::nullopt;
   return v;
+}
+
+// Reads a body without building it, and stops at the first thing the API takes from no page: a
+// nesting deeper than 32, or a number that is not a whole number of 32 bits.
+class BodyCheck final : public nlohmann::json_sax<json> {
+ public:
+  bool tooDeep = false, badNumber = false;
+
+  bool null() override { return true; }
+  bool boolean(bool) override { return true; }
+  bool number_integer(number_integer_t v) override {
+    return Fits(v >= std::numeric_limits<int32_t>::min() && v <= std::numeric_limits<int32_t>::max());
+  }
+  bool number_unsigned(number_unsigned_t v) override { return Fits(v <= uint64_t(std::numeric_limits<int32_t>::max())); }
+  bool number_float(number_float_t, const string_t&) override { return Fits(false); }
+  bool string(string_t&) override { return true; }
+  bool binary(binary_t&) override { return true; }
+  bool start_object(std::size_t) override { return Enter(); }
+  bool key(string_t&) override { return true; }
+  bool end_object() override { return --m_Depth, true; }
+  bool start_array(std::size_t) override { return Enter(); }
+  bool end_array() override { return --m_Depth, true; }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
+
+ private:
+  bool Fits(bool fits) { return !(badNumber = !fits); }
+  bool Enter() { return !(tooDeep = ++m_Depth > 32); }
+  int m_Depth = 0;
+};
+
+// A request's body: one JSON value and nothing after it (see BodyCheck). Gives the reason when it
+// is none.
+std::optional<json> ParseBody(const std::string& text, std::string& why) {
+  BodyCheck check;
+  if (json::sax_parse(text, &check)) return json::parse(text);
+  why = check.badNumber ? "a number in the body is no whole number of 32 bits"
+        : check.tooDeep ? "the body is nested too deeply"
+                        : "the body is no JSON";
+  return std::nullopt;
+}
+
+// 128 random bits in hex: a window's id, which no other page can guess.
+std::string NewId() {
+  unsigned char bytes[16];
+  for (size_t got = 0; got < sizeof bytes;) {
+    ssize_t n = getrandom(bytes + got, sizeof bytes - got, 0);
+    if (n > 0) got += size_t(n);
+  }
+  static const char digits[] = "0123456789abcdef";
+  std::string id;
+  for (unsigned char b : bytes) {
+    id += digits[b >> 4];
+    id += digits[b & 15];
+  }
+  return id;
 }
 
 // The tree rows a request asks for: ?first=&count= or "rows": [first, count] in its body.
@@ -123,7 +184,7 @@ size_t WebHost::WindowCount() const {
 }
 
 void WebHost::CloseAll() {
-  std::map<int, std::shared_ptr<WebWindow>> windows;
+  std::map<std::string, std::shared_ptr<WebWindow>> windows;
   {
     std::lock_guard<std::mutex> lock(m_Mutex);
     windows.swap(m_Windows);
@@ -131,7 +192,7 @@ void WebHost::CloseAll() {
   for (auto& [id, window] : windows) window->Close();
 }
 
-std::shared_ptr<WebWindow> WebHost::Find(int id) const {
+std::shared_ptr<WebWindow> WebHost::Find(const std::string& id) const {
   std::lock_guard<std::mutex> lock(m_Mutex);
   auto it = m_Windows.find(id);
   return it == m_Windows.end() ? nullptr : it->second;
@@ -140,6 +201,8 @@ std::shared_ptr<WebWindow> WebHost::Find(int id) const {
 WebReply WebHost::Handle(const WebRequest& request) {
   auto parts = Segments(request.path);
   if (parts.empty() || parts[0] != "api") return WebReply::Error(404, "no such page " + request.path);
+  if (request.body.size() > kMaxBody)
+    return WebReply::Error(413, "the body is larger than " + std::to_string(kMaxBody) + " bytes");
   const std::string& m = request.method;
   if (parts.size() == 2 && parts[1] == "info" && m == "GET")
     return {200, {{"user", m_Options.user.Name}, {"database", m_Options.database}}};
@@ -159,9 +222,11 @@ WebReply WebHost::Handle(const WebRequest& request) {
       return {200, {{"windows", list}}};
     }
     if (m == "POST") {
-      json body = json::parse(request.body, nullptr, false);
-      if (body.is_discarded() || !body.is_object()) return WebReply::Error(400, "the body is no JSON object");
-      return OpenWindow(body);
+      std::string why;
+      auto body = ParseBody(request.body, why);
+      if (!body) return WebReply::Error(400, why);
+      if (!body->is_object()) return WebReply::Error(400, "the body is no JSON object");
+      return OpenWindow(*body);
     }
   }
   if (parts.size() == 3 && parts[1] == "windows") {
@@ -180,8 +245,28 @@ WebReply WebHost::OpenWindow(const json& body) {
   auto rows = RowsOf({}, body);
   if (!rows) return WebReply::Error(400, "\"rows\" is [first, count]");
   int32_t program = 0;
+  std::string id;
+  {
+    // A page that reloads closes its windows and opens them again at once: the new window reads
+    // the status the old one is saving, so it waits (a little) for closes under way.
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    m_Closed.wait_for(lock, std::chrono::seconds(2), [this] { return m_Closing == 0; });
+    if (m_Windows.size() + m_Opening >= m_Options.maxWindows)
+      return WebReply::Error(429, std::to_string(m_Options.maxWindows) +
+                                      " windows are open, as many as this server keeps: close one first");
+    ++m_Opening;
+    do id = NewId();
+    while (m_Windows.count(id));
+  }
+  std::shared_ptr<WebWindow> window;
+  auto done = [&](WebReply reply) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    --m_Opening;
+    if (window) m_Windows[id] = window;
+    return reply;
+  };
   if (auto p = body.find("program"); p != body.end()) {
-    if (!p->is_number_integer()) return WebReply::Error(400, "\"program\" is no number");
+    if (!p->is_number_integer()) return done(WebReply::Error(400, "\"program\" is no number"));
     program = p->get<int32_t>();
   } else {
     // The program id of the form's row in the program table, if it has one.
@@ -192,54 +277,44 @@ WebReply WebHost::OpenWindow(const json& body) {
                 {Value(entry->className)}, &r);
       if (!r.rows.empty()) program = r.rows[0][0].ToLong();
     } catch (const std::exception& e) {
-      return WebReply::Error(500, e.what());
+      return done(WebReply::Error(500, e.what()));
     }
   }
-  int id;
-  {
-    // A page that reloads closes its windows and opens them again at once: the new window reads
-    // the status the old one is saving, so it waits (a little) for closes under way.
-    std::unique_lock<std::mutex> lock(m_Mutex);
-    m_Closed.wait_for(lock, std::chrono::seconds(2), [this] { return m_Closing == 0; });
-    id = m_NextId++;
-  }
-  auto window = std::make_shared<WebWindow>(id, m_Forms, *entry, program,
-                                            WebWindow::Options{m_Options.database, m_Options.user, m_Options.wait});
+  window = std::make_shared<WebWindow>(id, m_Forms, *entry, program,
+                                       WebWindow::Options{m_Options.database, m_Options.user, m_Options.wait});
   WebReply reply = window->Open(*rows);
   if (reply.status != 200) {
     window->Close();
-    return reply;
+    window = nullptr;
   }
-  std::lock_guard<std::mutex> lock(m_Mutex);
-  m_Windows[id] = window;
-  return reply;
+  return done(std::move(reply));
 }
 
-WebReply WebHost::ForWindow(const std::string& idText, const std::string& verb, const WebRequest& request) {
-  auto id = Number(idText);
-  if (!id) return WebReply::Error(400, "no window number: " + idText);
+WebReply WebHost::ForWindow(const std::string& id, const std::string& verb, const WebRequest& request) {
   json body;
   if (!request.body.empty()) {
-    body = json::parse(request.body, nullptr, false);
-    if (body.is_discarded()) return WebReply::Error(400, "the body is no JSON");
+    std::string why;
+    auto parsed = ParseBody(request.body, why);
+    if (!parsed) return WebReply::Error(400, why);
+    body = std::move(*parsed);
   }
   auto rows = RowsOf(request, body);
   if (!rows) return WebReply::Error(400, "the tree rows are first and count, 0 to " + std::to_string(RowRange::kMaxCount));
   std::shared_ptr<WebWindow> window;
   if (verb == "close") {
     std::lock_guard<std::mutex> lock(m_Mutex);
-    auto it = m_Windows.find(*id);
+    auto it = m_Windows.find(id);
     if (it != m_Windows.end()) {
       window = it->second;
       m_Windows.erase(it);
       ++m_Closing;
     }
   } else {
-    window = Find(*id);
+    window = Find(id);
   }
-  if (!window) return WebReply::Error(404, "unknown window " + idText);
+  if (!window) return WebReply::Error(404, "unknown window " + id);
   window->Touch();
-  if (verb == "ping") return {200, {{"window", *id}}};
+  if (verb == "ping") return {200, {{"window", id}}};
   if (verb == "view") return window->View(*rows);
   if (verb == "action") return window->Act(body, *rows);
   if (verb == "answer") return window->Answer(body, *rows);
@@ -275,15 +350,191 @@ WebReply WebHost::Journal(const WebRequest& request) {
 
 // ---- HTTP ------------------------------------------------------------------------------------
 
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+// Set on a connection's thread when the connection ends after the present request (a refused
+// request, whose body may not have been read).
+thread_local bool t_EndConnection = false;
+
+// A connection's socket, read with a deadline for each request, so that a client that sends its
+// request slowly is cut off when the deadline passes, however often it sends a byte.
+class RequestStream final : public httplib::Stream {
+ public:
+  RequestStream(int sock, milliseconds writeWait) : m_Sock(sock), m_WriteWait(writeWait) {}
+
+  void SetDeadline(Clock::time_point deadline) { m_Deadline = deadline; }
+  // Waits up to `wait` for the next request's first byte, while `running` holds.
+  bool AwaitRequest(milliseconds wait, const std::function<bool()>& running) const {
+    auto end = Clock::now() + wait;
+    while (m_Offset == m_Size) {
+      auto left = std::chrono::duration_cast<milliseconds>(end - Clock::now());
+      if (left.count() <= 0 || !running()) return false;
+      if (Wait(POLLIN, std::min(left, milliseconds(100)))) return true;
+    }
+    return true;
+  }
+
+  bool is_readable() const override { return m_Offset < m_Size || Wait(POLLIN, Left()); }
+  bool is_writable() const override { return Wait(POLLOUT, m_WriteWait); }
+  ssize_t read(char* ptr, size_t size) override {
+    if (m_Offset == m_Size) {
+      if (Left().count() <= 0 || !Wait(POLLIN, Left())) return -1;
+      ssize_t n = ::recv(m_Sock, m_Buffer, sizeof m_Buffer, 0);
+      if (n <= 0) return n;
+      m_Offset = 0;
+      m_Size = size_t(n);
+    }
+    size_t n = std::min(size, m_Size - m_Offset);
+    std::copy_n(m_Buffer + m_Offset, n, ptr);
+    m_Offset += n;
+    return ssize_t(n);
+  }
+  ssize_t write(const char* ptr, size_t size) override {
+    if (!is_writable()) return -1;
+    return ::send(m_Sock, ptr, size, MSG_NOSIGNAL);
+  }
+  void get_remote_ip_and_port(std::string& ip, int& port) const override { Address(::getpeername, ip, port); }
+  void get_local_ip_and_port(std::string& ip, int& port) const override { Address(::getsockname, ip, port); }
+  socket_t socket() const override { return m_Sock; }
+
+ private:
+  milliseconds Left() const {
+    return std::max(milliseconds(0), std::chrono::duration_cast<milliseconds>(m_Deadline - Clock::now()));
+  }
+  bool Wait(short events, milliseconds wait) const {
+    pollfd p{m_Sock, events, 0};
+    int r;
+    do r = ::poll(&p, 1, int(wait.count()));
+    while (r < 0 && errno == EINTR);
+    return r > 0;
+  }
+  // The numeric address, an IPv4 address mapped into IPv6 written as IPv4.
+  void Address(int (*get)(int, sockaddr*, socklen_t*), std::string& ip, int& port) const {
+    sockaddr_storage a{};
+    socklen_t length = sizeof a;
+    char host[NI_MAXHOST], service[NI_MAXSERV];
+    if (get(m_Sock, reinterpret_cast<sockaddr*>(&a), &length) != 0 ||
+        getnameinfo(reinterpret_cast<sockaddr*>(&a), length, host, sizeof host, service, sizeof service,
+                    NI_NUMERICHOST | NI_NUMERICSERV) != 0)
+      return;
+    ip = host;
+    if (ip.rfind("::ffff:", 0) == 0 && ip.find('.') != std::string::npos) ip.erase(0, 7);
+    port = std::atoi(service);
+  }
+
+  int m_Sock;
+  milliseconds m_WriteWait;
+  Clock::time_point m_Deadline = Clock::now();
+  char m_Buffer[4096];
+  size_t m_Offset = 0, m_Size = 0;
+};
+
+// cpp-httplib's server with requests read through RequestStream.
+class HttpServer final : public httplib::Server {
+ public:
+  explicit HttpServer(milliseconds requestTime) : m_RequestTime(requestTime) {}
+
+ private:
+  bool process_and_close_socket(socket_t sock) override {
+    RequestStream stream(sock, std::chrono::seconds(write_timeout_sec_));
+    t_EndConnection = false;
+    bool ok = true;
+    for (size_t left = keep_alive_max_count_; left > 0; --left) {
+      if (!stream.AwaitRequest(std::chrono::seconds(keep_alive_timeout_sec_),
+                               [this] { return svr_sock_ != INVALID_SOCKET; }))
+        break;
+      stream.SetDeadline(Clock::now() + m_RequestTime);
+      bool closed = false;
+      ok = process_request(stream, left == 1, closed, nullptr);
+      if (!ok || closed || t_EndConnection) break;
+    }
+    if (t_EndConnection) {
+      // The rest of a refused request is read and dropped for a moment, so that its client reads
+      // the answer instead of a reset connection.
+      ::shutdown(sock, SHUT_WR);
+      stream.SetDeadline(Clock::now() + m_RequestTime);
+      char sink[4096];
+      while (stream.read(sink, sizeof sink) > 0) {
+      }
+    }
+    ::shutdown(sock, SHUT_RDWR);
+    ::close(sock);
+    return ok;
+  }
+
+  milliseconds m_RequestTime;
+};
+
+// Whether `host` (a Host header, or an Origin without its scheme) names the address `local`
+// that a request came in on, with its port; localhost names a loopback address.
+bool IsOwnHost(std::string host, const std::string& local, int port) {
+  host = text::LCase(host);
+  std::vector<std::string> names = {local.find(':') == std::string::npos ? local : "[" + local + "]"};
+  if (local.rfind("127.", 0) == 0 || local == "::1") names.push_back("localhost");
+  for (const auto& name : names)
+    if (host == name + ":" + std::to_string(port) || (port == 80 && host == name)) return true;
+  return false;
+}
+
+// Why the API refuses a request that comes from elsewhere than the server's own page, or "".
+std::pair<int, std::string> Refusal(const httplib::Request& req) {
+  if (!IsOwnHost(req.get_header_value("Host"), req.local_addr, req.local_port))
+    return {403, "the request names another host than this server"};
+  if (req.has_header("Origin")) {
+    std::string origin = req.get_header_value("Origin");
+    if (origin.rfind("http://", 0) != 0 || !IsOwnHost(origin.substr(7), req.local_addr, req.local_port))
+      return {403, "the request comes from another site's page"};
+  }
+  if (req.method != "GET" && req.method != "HEAD") {
+    std::string type = req.get_header_value("Content-Type");
+    type = text::LCase(text::Trim(type.substr(0, type.find(';'))));
+    if (type != "application/json") return {415, "the body is to be sent as application/json"};
+  }
+  if (req.has_header("Content-Length")) {
+    auto length = Number(req.get_header_value("Content-Length"));
+    if (!length || size_t(*length) > WebHost::kMaxBody)
+      return {413, "the body is larger than " + std::to_string(WebHost::kMaxBody) + " bytes"};
+  }
+  return {0, ""};
+}
+
+}  // namespace
+
 int WebHost::Bind(const std::string& address, int port) {
-  m_Server = std::make_unique<httplib::Server>();
-  auto api = [this](const httplib::Request& req, httplib::Response& res) {
+  m_Server = std::make_unique<HttpServer>(m_Options.request);
+  // Enough threads that clients which send slowly, until they are cut off, leave the page served.
+  m_Server->new_task_queue = [] { return new httplib::ThreadPool(32); };
+  m_Server->set_payload_max_length(kMaxBody);
+  m_Server->set_default_headers({
+      {"Content-Security-Policy",
+       "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "
+       "base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
+      {"X-Frame-Options", "DENY"},
+      {"X-Content-Type-Options", "nosniff"},
+      {"Referrer-Policy", "no-referrer"},
+      {"Cross-Origin-Resource-Policy", "same-origin"},
+  });
+  auto reply = [](httplib::Response& res, const WebReply& r) {
+    res.status = r.status;
+    res.set_header("Cache-Control", "no-store");
+    res.set_content(r.body.dump(-1, ' ', false, json::error_handler_t::replace), "application/json; charset=utf-8");
+  };
+  m_Server->set_pre_routing_handler([reply](const httplib::Request& req, httplib::Response& res) {
+    if (req.path != "/api" && req.path.rfind("/api/", 0) != 0) return httplib::Server::HandlerResponse::Unhandled;
+    auto [status, why] = Refusal(req);
+    if (status == 0) return httplib::Server::HandlerResponse::Unhandled;
+    t_EndConnection = true;
+    reply(res, WebReply::Error(status, why));
+    res.set_header("Connection", "close");
+    return httplib::Server::HandlerResponse::Handled;
+  });
+  auto api = [this, reply](const httplib::Request& req, httplib::Response& res) {
     WebRequest request{req.method, req.path, {}, req.body};
     for (const auto& [k, v] : req.params) request.query[k] = v;
-    WebReply reply = Handle(request);
-    res.status = reply.status;
-    res.set_header("Cache-Control", "no-store");
-    res.set_content(reply.body.dump(-1, ' ', false, json::error_handler_t::replace), "application/json; charset=utf-8");
+    reply(res, Handle(request));
   };
   auto page = [](const httplib::Request& req, httplib::Response& res) {
     std::string name = req.path == "/" ? "index.html" : req.path.substr(1);

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "frame/FormRegistry.h"
 #include "host/WebWindow.h"
@@ -18,7 +19,7 @@ namespace kmd::host {
 
 struct WebRequest {
   std::string method;  // "GET", "POST", "DELETE"
-  std::string path;    // "/api/windows/3/action"
+  std::string path;    // "/api/windows/<id>/action"
   std::map<std::string, std::string> query;
   std::string body;
 };
@@ -27,14 +28,23 @@ struct WebRequest {
 //   GET  /api/info                      user and database
 //   GET  /api/forms                     the forms: class, title, subsystem
 //   GET  /api/windows                   the open windows
-//   POST /api/windows                   {"class": "JLDW"[, "program": id]} opens a window
+//   POST /api/windows                   {"class": "JLDW"[, "program": id]} opens a window; its id
+//                                       ("window") is random, 32 hex digits
 //   GET  /api/windows/ID?first=&count=  its view model with those tree rows
 //   POST /api/windows/ID/action         a user action (see PerformAction), {"rows": [first, count]}
 //   POST /api/windows/ID/answer         {"dialog": n, "answer": ...}
 //   POST /api/windows/ID/close          DoSaveFormStatus and Clear (also DELETE /api/windows/ID)
 //   POST /api/windows/ID/ping           the page still shows the window
 //   GET  /api/journal?since=T&limit=N   the journal lines
-// A refused request answers 4xx with {"error": "..."} and changes nothing.
+// A refused request answers 4xx with {"error": "..."} and changes nothing. A body is one JSON
+// value of at most 1 MiB (413 above), whole numbers within 32 bits; at most Options::maxWindows
+// windows are open at once (429).
+//
+// Over HTTP the API acts only for the server's own page: a request whose Host does not name the
+// address it came in on (or localhost on a loopback address), or whose Origin is not that host,
+// is refused with 403; one that is no GET needs Content-Type application/json (415). A client
+// that has not sent its whole request within Options::request is cut off. The page is served
+// with a Content-Security-Policy that allows only its own files, and is not framed.
 class WebHost {
  public:
   struct Options {
@@ -45,7 +55,11 @@ class WebHost {
     // the page that shows it pings it twice a minute, so only a page gone without a word (a
     // browser that crashed) leaves such a window.
     std::chrono::milliseconds idle{std::chrono::minutes(10)};
+    size_t maxWindows = 64;
+    // How long a client may take to send one request, from its first byte to its last.
+    std::chrono::milliseconds request{std::chrono::seconds(5)};
   };
+  static constexpr size_t kMaxBody = 1 << 20;
   explicit WebHost(Options options, const FormRegistry* forms = nullptr);
   // Closes every open window.
   ~WebHost();
@@ -66,9 +80,9 @@ class WebHost {
 
  private:
   WebReply OpenWindow(const nlohmann::json& body);
-  WebReply ForWindow(const std::string& idText, const std::string& verb, const WebRequest& request);
+  WebReply ForWindow(const std::string& id, const std::string& verb, const WebRequest& request);
   WebReply Journal(const WebRequest& request);
-  std::shared_ptr<WebWindow> Find(int id) const;
+  std::shared_ptr<WebWindow> Find(const std::string& id) const;
   // Closes the windows idle for longer than Options::idle.
   void CloseIdle();
 
@@ -77,8 +91,8 @@ class WebHost {
   mutable std::mutex m_Mutex;
   std::condition_variable m_Closed;
   int m_Closing = 0;  // windows saving their status just now
-  std::map<int, std::shared_ptr<WebWindow>> m_Windows;
-  int m_NextId = 1;
+  std::map<std::string, std::shared_ptr<WebWindow>> m_Windows;
+  size_t m_Opening = 0;  // windows being opened just now, counted against maxWindows
   std::unique_ptr<httplib::Server> m_Server;
   bool m_Stopping = false;
   std::thread m_Reaper;

@@ -13,9 +13,9 @@ using nlohmann::json;
 
 WebReply WebReply::Error(int status, const std::string& message) { return {status, {{"error", message}}}; }
 
-WebWindow::WebWindow(int id, const FormRegistry& forms, const FormRegistry::Entry& entry, int32_t programId,
+WebWindow::WebWindow(std::string id, const FormRegistry& forms, const FormRegistry::Entry& entry, int32_t programId,
                      Options options)
-    : m_Id(id), m_Forms(forms), m_Entry(entry), m_ProgramId(programId), m_Options(std::move(options)) {
+    : m_Id(std::move(id)), m_Forms(forms), m_Entry(entry), m_ProgramId(programId), m_Options(std::move(options)) {
   m_Thread = std::thread([this] { Loop(); });
 }
 

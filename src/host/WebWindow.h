@@ -43,14 +43,14 @@ class WebWindow : public view::Platform, public IFormEvents {
   };
 
   // Starts the window's thread; Open makes the form.
-  WebWindow(int id, const FormRegistry& forms, const FormRegistry::Entry& entry, int32_t programId,
+  WebWindow(std::string id, const FormRegistry& forms, const FormRegistry::Entry& entry, int32_t programId,
             Options options);
   // Closes the window if Close was not called.
   ~WebWindow() override;
   WebWindow(const WebWindow&) = delete;
   WebWindow& operator=(const WebWindow&) = delete;
 
-  int Id() const { return m_Id; }
+  const std::string& Id() const { return m_Id; }
   // The page named the window in a request; Seen gives when it last did.
   void Touch() { m_Seen = std::chrono::steady_clock::now().time_since_epoch().count(); }
   std::chrono::steady_clock::time_point Seen() const {
@@ -104,7 +104,7 @@ class WebWindow : public view::Platform, public IFormEvents {
   void FlushJournal();
   void Publish(nlohmann::json view);
 
-  const int m_Id;
+  const std::string m_Id;
   const FormRegistry& m_Forms;
   const FormRegistry::Entry m_Entry;
   const int32_t m_ProgramId;

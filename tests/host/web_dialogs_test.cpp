@@ -57,7 +57,7 @@ class WebDialogs : public testing::Test {
     m_Host = std::make_unique<kmd::host::WebHost>(
         kmd::host::WebHost::Options{db, {"tester", (m_Dir / "home").string(), ""}, std::chrono::milliseconds(100)},
         &m_Forms);
-    m_Window = "/api/windows/" + std::to_string(Post("/api/windows", {{"class", "DialogForm"}}).body["window"].get<int>());
+    m_Window = "/api/windows/" + Post("/api/windows", {{"class", "DialogForm"}}).body["window"].get<std::string>();
   }
   void TearDown() override {
     m_Host.reset();

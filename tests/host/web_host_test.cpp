@@ -1,7 +1,10 @@
 // The browser host's API, driven without a browser: form windows on their own threads, dialogs
 // that suspend the form until the page answers, refused requests, the journal, and clean closing.
 #include <gtest/gtest.h>
+#include <arpa/inet.h>
 #include <httplib.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -52,14 +55,17 @@ class WebHostTest : public testing::Test {
     EXPECT_EQ(r.status, 200) << method << " " << path << " " << body.dump() << " -> " << r.body.dump();
     return r.body;
   }
-  int Open(const std::string& cls) { return Ok("POST", "/api/windows", {{"class", cls}})["window"].get<int>(); }
-  json Act(int w, json action) { return Ok("POST", "/api/windows/" + std::to_string(w) + "/action", action); }
-  json Command(int w, const std::string& c) { return Act(w, {{"kind", "command"}, {"command", c}}); }
-  json Type(int w, const std::string& control, const std::string& text) {
+  // A window's path, "/api/windows/<id>".
+  std::string Open(const std::string& cls) {
+    return "/api/windows/" + Ok("POST", "/api/windows", {{"class", cls}})["window"].get<std::string>();
+  }
+  json Act(const std::string& w, json action) { return Ok("POST", w + "/action", action); }
+  json Command(const std::string& w, const std::string& c) { return Act(w, {{"kind", "command"}, {"command", c}}); }
+  json Type(const std::string& w, const std::string& control, const std::string& text) {
     return Act(w, {{"kind", "type"}, {"control", control}, {"text", text}});
   }
-  json Answer(int w, const json& reply, const json& answer) {
-    return Ok("POST", "/api/windows/" + std::to_string(w) + "/answer", {{"dialog", reply["dialog"]["id"]}, {"answer", answer}});
+  json Answer(const std::string& w, const json& reply, const json& answer) {
+    return Ok("POST", w + "/answer", {{"dialog", reply["dialog"]["id"]}, {"answer", answer}});
   }
   static const json* Control(const json& reply, const std::string& name) {
     for (const auto& c : reply["view"]["controls"])
@@ -82,8 +88,8 @@ size_t Entries(const char* dir) {
 }
 
 TEST_F(WebHostTest, UnitLifeWithBoxesEventsAndJournal) {
-  int w = Open("JLDW");
-  json r = Ok("GET", "/api/windows/" + std::to_string(w) + "?first=1&count=2");
+  std::string w = Open("JLDW");
+  json r = Ok("GET", w + "?first=1&count=2");
   const json* tv = Control(r, "TV");
   ASSERT_NE(tv, nullptr);
   EXPECT_EQ((*tv)["tree"]["count"], 5);
@@ -108,7 +114,7 @@ TEST_F(WebHostTest, UnitLifeWithBoxesEventsAndJournal) {
   EXPECT_EQ(box["dialog"]["text"], "代码(KG)重复,请检查!");
   EXPECT_EQ(box["dialog"]["title"], "提示：");
   EXPECT_EQ(box["dialog"]["icon"], "exclamation");
-  std::string path = "/api/windows/" + std::to_string(w);
+  const std::string& path = w;
   EXPECT_EQ(Call("POST", path + "/action", {{"kind", "command"}, {"command", "FileCancel"}}).status, 409);
   EXPECT_EQ(Call("POST", path + "/answer", {{"dialog", 99}, {"answer", 1}}).status, 409);
   EXPECT_EQ(Call("POST", path + "/answer", {{"dialog", box["dialog"]["id"]}, {"answer", 6}}).status, 400);
@@ -159,16 +165,15 @@ TEST_F(WebHostTest, UnitLifeWithBoxesEventsAndJournal) {
 }
 
 TEST_F(WebHostTest, BadRequestsChangeNothing) {
-  int w = Open("JLDW");
-  std::string path = "/api/windows/" + std::to_string(w);
+  std::string path = Open("JLDW");
   int64_t version = Ok("GET", path)["version"];
   struct Bad {
     std::string method, path;
     std::string body;
     int status;
   } bad[] = {
-      {"GET", "/api/windows/77", "", 404},
-      {"GET", "/api/windows/x1", "", 400},
+      {"GET", "/api/windows/1", "", 404},
+      {"POST", "/api/windows/00000000000000000000000000000000/action", R"({"kind": "command", "command": "FileNew"})", 404},
       {"POST", "/api/windows", "{\"class\": \"NOSUCH\"}", 404},
       {"POST", "/api/windows", "[1", 400},
       {"POST", "/api/windows", "{}", 400},
@@ -182,9 +187,16 @@ TEST_F(WebHostTest, BadRequestsChangeNothing) {
       {"POST", path + "/action", R"J({"kind": "command", "command": "Format"})J", 400},
       {"POST", path + "/action", R"J({"kind": "command", "command": "FileNew", "version": -3})J", 409},
       {"POST", path + "/action", R"J({"kind": "command", "command": "FileNew", "rows": [0]})J", 400},
+      // One JSON value, nothing after it, numbers whole and within 32 bits, at most 1 MiB.
+      {"POST", path + "/action", R"J({"kind": "command", "command": "FileNew"} {})J", 400},
+      {"POST", path + "/action", R"J({"kind": "command", "command": "FileNew", "rows": [0, 4294967297]})J", 400},
+      {"POST", path + "/action", R"J({"kind": "command", "command": "FileNew", "rows": [0, 1e400]})J", 400},
+      {"POST", path + "/action", R"J({"kind": "command", "command": "FileNew", "version": 1.5})J", 400},
+      {"POST", "/api/windows", R"J({"class": "JLDW", "program": -2147483649})J", 400},
+      {"POST", path + "/action", std::string(WebHost::kMaxBody - 10, '[') + "{}", 400},
+      {"POST", path + "/action", R"({"kind": "command", "command": "FileNew", "pad": ")" + std::string(WebHost::kMaxBody, ' ') + "\"}", 413},
       {"POST", path + "/answer", R"({"dialog": 1, "answer": 1})", 409},
       {"POST", path + "/explode", "{}", 404},
-      {"GET", path + "?count=-1", "", 400},
       {"PUT", path, "", 404},
   };
   for (const auto& b : bad) {
@@ -200,36 +212,45 @@ TEST_F(WebHostTest, BadRequestsChangeNothing) {
   EXPECT_EQ(Control(after, "qnT(0)")->at("text"), "");
   EXPECT_EQ(m_Host->WindowCount(), 1u);
   // The right version is taken.
-  EXPECT_EQ(Act(w, {{"kind", "command"}, {"command", "FileNew"}, {"version", version}})["result"], true);
+  EXPECT_EQ(Act(path, {{"kind", "command"}, {"command", "FileNew"}, {"version", version}})["result"], true);
 }
 
 TEST_F(WebHostTest, ClosingSavesTheSelectionThatTheNextWindowRestores) {
-  int w = Open("JLDW");
+  std::string w = Open("JLDW");
   Act(w, {{"kind", "pick"}, {"control", "TV"}, {"key", "k3"}});
-  Ok("POST", "/api/windows/" + std::to_string(w) + "/close");
-  EXPECT_EQ(Call("GET", "/api/windows/" + std::to_string(w)).status, 404);
+  Ok("POST", w + "/close");
+  EXPECT_EQ(Call("GET", w).status, 404);
   json r = Ok("POST", "/api/windows", {{"class", "jldw"}});
   EXPECT_EQ(Control(r, "TV")->at("tree")["selectedKey"], "k3");
   EXPECT_EQ(Control(r, "qnT(0)")->at("text"), "M");
-  // Two windows of one form live side by side.
-  int other = Open("JLDW");
-  EXPECT_NE(other, r["window"].get<int>());
+  // Two windows of one form live side by side, up to the host's limit.
+  std::string other = Open("JLDW");
+  EXPECT_NE(other, "/api/windows/" + r["window"].get<std::string>());
   EXPECT_EQ(Ok("GET", "/api/windows")["windows"].size(), 2u);
+  m_Host = std::make_unique<WebHost>(WebHost::Options{m_Db, {"tester", (m_Dir / "home").string(), ""}, std::chrono::seconds(15),
+                                                      std::chrono::minutes(10), 2});
+  w = Open("JLDW");
+  Open("XSY");
+  WebReply full = Call("POST", "/api/windows", {{"class", "JLDW"}});
+  EXPECT_EQ(full.status, 429);
+  EXPECT_NE(full.body["error"].get<std::string>().find("2 windows are open"), std::string::npos);
+  Ok("POST", w + "/close");
+  Open("JLDW");
 }
 
 TEST_F(WebHostTest, FiftyWindowsLeaveNoThreadOrHandleBehind) {
   // One window first, so that lazily made statics exist before counting.
-  Ok("POST", "/api/windows/" + std::to_string(Open("JLDW")) + "/close");
+  Ok("POST", Open("JLDW") + "/close");
   size_t threads = Entries("/proc/self/task");
   size_t files = Entries("/proc/self/fd");
   for (int i = 0; i < 50; ++i) {
-    int w = Open(i % 2 ? "JLDW" : "XSY");
+    std::string w = Open(i % 2 ? "JLDW" : "XSY");
     if (i % 5 == 0) {
       // Some are closed while a box waits for its answer.
       Command(w, "FileNew");
       ASSERT_TRUE(Command(w, "FileSave")["dialog"].is_object());
     }
-    Ok("POST", "/api/windows/" + std::to_string(w) + "/close");
+    Ok("POST", w + "/close");
   }
   EXPECT_EQ(m_Host->WindowCount(), 0u);
   EXPECT_EQ(Entries("/proc/self/task"), threads);
@@ -239,38 +260,128 @@ TEST_F(WebHostTest, FiftyWindowsLeaveNoThreadOrHandleBehind) {
 TEST_F(WebHostTest, WindowsThatNoPageNamesAreClosedWithTheirStatusSaved) {
   m_Host = std::make_unique<WebHost>(
       WebHost::Options{m_Db, {"tester", (m_Dir / "home").string(), ""}, std::chrono::seconds(15), std::chrono::milliseconds(300)});
-  int kept = Open("JLDW");
-  int left = Open("JLDW");
+  std::string kept = Open("JLDW");
+  std::string left = Open("JLDW");
   Act(left, {{"kind", "pick"}, {"control", "TV"}, {"key", "k3"}});
   for (int i = 0; i < 8; ++i) {
-    Ok("POST", "/api/windows/" + std::to_string(kept) + "/ping");
+    Ok("POST", kept + "/ping");
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
-  EXPECT_EQ(Call("GET", "/api/windows/" + std::to_string(left)).status, 404);
+  EXPECT_EQ(Call("GET", left).status, 404);
   EXPECT_EQ(m_Host->WindowCount(), 1u);
   json r = Ok("POST", "/api/windows", {{"class", "JLDW"}});
   EXPECT_EQ(Control(r, "TV")->at("tree")["selectedKey"], "k3");
 }
 
-TEST_F(WebHostTest, ServesThePageAndTheApiOverHttp) {
-  int port = m_Host->Bind("127.0.0.1", 0);
-  ASSERT_GT(port, 0);
-  std::thread server([this] { m_Host->Serve(); });
-  httplib::Client client("127.0.0.1", port);
-  for (int i = 0; i < 100 && !client.Get("/api/info"); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  auto page = client.Get("/");
+// Real HTTP on 127.0.0.1: the page, and an API that acts only for it.
+class WebHttpTest : public WebHostTest {
+ protected:
+  void SetUp() override {
+    WebHostTest::SetUp();
+    WebHost::Options options{m_Db, {"tester", (m_Dir / "home").string(), ""}};
+    options.request = std::chrono::milliseconds(500);
+    m_Host = std::make_unique<WebHost>(options);
+    m_Port = m_Host->Bind("127.0.0.1", 0);
+    ASSERT_GT(m_Port, 0);
+    m_Server = std::thread([this] { m_Host->Serve(); });
+    m_Own = "127.0.0.1:" + std::to_string(m_Port);
+    m_Client = std::make_unique<httplib::Client>("127.0.0.1", m_Port);
+    for (int i = 0; i < 100 && !m_Client->Get("/"); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  void TearDown() override {
+    m_Host->Stop();
+    m_Server.join();
+    WebHostTest::TearDown();
+  }
+  int m_Port = 0;
+  std::string m_Own;
+  std::thread m_Server;
+  std::unique_ptr<httplib::Client> m_Client;
+};
+
+TEST_F(WebHttpTest, TheApiActsOnlyForItsOwnPage) {
+  auto page = m_Client->Get("/");
   ASSERT_TRUE(page);
   EXPECT_EQ(page->status, 200);
-  EXPECT_NE(page->get_header_value("Content-Type").find("text/html"), std::string::npos);
-  EXPECT_EQ(client.Get("/nosuch.js")->status, 404);
-  auto opened = client.Post("/api/windows", R"({"class": "JLDW"})", "application/json");
+  EXPECT_EQ(page->get_header_value("X-Frame-Options"), "DENY");
+  EXPECT_NE(page->get_header_value("Content-Security-Policy").find("script-src 'self'"), std::string::npos);
+  EXPECT_EQ(m_Client->Get("/nosuch.js")->status, 404);
+
+  httplib::Headers own = {{"Origin", "http://" + m_Own}};
+  auto opened = m_Client->Post("/api/windows", own, R"({"class": "JLDW"})", "application/json");
   ASSERT_TRUE(opened);
-  EXPECT_EQ(opened->status, 200);
-  auto refused = client.Post("/api/windows/1/action", "not json", "application/json");
-  EXPECT_EQ(refused->status, 400);
-  EXPECT_EQ(json::parse(refused->body)["error"], "the body is no JSON");
-  m_Host->Stop();
-  server.join();
+  ASSERT_EQ(opened->status, 200) << opened->body;
+  std::string path = "/api/windows/" + json::parse(opened->body)["window"].get<std::string>();
+  EXPECT_EQ(m_Client->Get("/api/windows", {{"Host", "LOCALHOST:" + std::to_string(m_Port)}})->status, 200);
+  int64_t version = json::parse(m_Client->Get(path.c_str())->body)["version"];
+  size_t units = Rows("select * from kmdjldw");
+
+  const std::string newRecord = R"({"kind": "command", "command": "FileNew"})";
+  struct Bad {
+    httplib::Headers headers;
+    std::string path, type, body;
+    int status;
+  } bad[] = {
+      {{{"Origin", "http://evil.example"}}, path + "/action", "application/json", newRecord, 403},
+      {{{"Origin", "null"}}, "/api/windows", "application/json", R"({"class": "JLDW"})", 403},
+      {{{"Origin", "http://127.0.0.1:1"}}, path + "/action", "application/json", newRecord, 403},
+      {{{"Host", "evil.example:" + std::to_string(m_Port)}}, path + "/action", "application/json", newRecord, 403},
+      {{{"Host", "localhost.evil.example"}}, "/api/windows", "application/json", R"({"class": "JLDW"})", 403},
+      {own, path + "/action", "text/plain", newRecord, 415},
+      {own, "/api/windows", "application/x-www-form-urlencoded", R"({"class": "JLDW"})", 415},
+      {own, path + "/action", "application/json", std::string(2 << 20, ' ') + newRecord, 413},
+      {own, "/api/windows/" + std::string(32, '0') + "/action", "application/json", newRecord, 404},
+  };
+  for (const auto& b : bad) {
+    auto r = m_Client->Post(b.path.c_str(), b.headers, b.body, b.type.c_str());
+    ASSERT_TRUE(r) << b.path << " " << httplib::to_string(r.error());
+    EXPECT_EQ(r->status, b.status) << b.path << " " << b.type;
+    EXPECT_TRUE(json::parse(r->body, nullptr, false)["error"].is_string()) << r->body;
+  }
+  auto get = m_Client->Get(path.c_str(), {{"Origin", "http://evil.example"}});
+  EXPECT_EQ(get->status, 403);
+  EXPECT_EQ(m_Client->Delete(path.c_str(), {{"Host", "evil.example"}})->status, 403);
+  // Nothing was done: one window, still in browse state, and no record saved.
+  EXPECT_EQ(m_Host->WindowCount(), 1u);
+  json view = json::parse(m_Client->Get(path.c_str())->body);
+  EXPECT_EQ(view["version"], version);
+  EXPECT_EQ(view["view"]["toolbar"]["FileNew"], true);
+  EXPECT_EQ(Rows("select * from kmdjldw"), units);
+  // The page's own requests work on the same connection after all that.
+  EXPECT_EQ(m_Client->Post((path + "/action").c_str(), own, newRecord, "application/json")->status, 200);
+}
+
+TEST_F(WebHttpTest, SlowClientsAreCutOffWithoutBlockingOthers) {
+  std::vector<int> slow;
+  for (int i = 0; i < 16; ++i) {
+    int s = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(uint16_t(m_Port));
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::connect(s, reinterpret_cast<sockaddr*>(&a), sizeof a), 0);
+    std::string start = "GET /api/info HTTP/1.1\r\nHost: " + m_Own + "\r\n";
+    ::send(s, start.data(), start.size(), MSG_NOSIGNAL);
+    slow.push_back(s);
+  }
+  // They send a byte of a header every 50 ms; meanwhile others are served at once.
+  auto begin = std::chrono::steady_clock::now();
+  auto info = m_Client->Get("/api/info");
+  ASSERT_TRUE(info);
+  EXPECT_EQ(info->status, 200);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(400));
+  size_t cut = 0;
+  while (cut < slow.size() && std::chrono::steady_clock::now() - begin < std::chrono::seconds(3)) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    cut = 0;
+    for (int s : slow) {
+      char c;
+      bool closed = ::send(s, "X", 1, MSG_NOSIGNAL) < 0 || ::recv(s, &c, 1, MSG_DONTWAIT) == 0;
+      cut += closed;
+    }
+  }
+  EXPECT_EQ(cut, slow.size());
+  for (int s : slow) ::close(s);
 }
 
 }  // namespace

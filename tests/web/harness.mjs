@@ -12,6 +12,22 @@ export const KMD = process.env.KMD_BIN || resolve(here, '../../build/apps/kmd');
 const CHROMIUM = process.env.CHROMIUM || '/usr/bin/chromium';
 export const SHOTS = process.env.KMD_SHOTS || resolve(here, 'screenshots');
 
+// Chromium refuses its sandbox to root; other users keep it unless the machine cannot give it
+// (no user namespaces, as in some containers), which is said once.
+let sandboxed = process.getuid?.() !== 0;
+async function launch() {
+  if (sandboxed) {
+    try {
+      return await chromium.launch({ executablePath: CHROMIUM });
+    } catch (e) {
+      if (!/sandbox|namespace/i.test(e.message)) throw e;
+      console.warn('Chromium cannot use its sandbox here; the tests run it with --no-sandbox');
+      sandboxed = false;
+    }
+  }
+  return chromium.launch({ executablePath: CHROMIUM, args: ['--no-sandbox'] });
+}
+
 export async function startKmd(t) {
   const dir = mkdtempSync(join(tmpdir(), 'kmd-web-'));
   const db = join(dir, 'test.db');
@@ -28,11 +44,12 @@ export async function startKmd(t) {
     server.on('exit', (code) => fail(new Error(`kmd serve ended with ${code}: ${out}`)));
     setTimeout(() => fail(new Error(`kmd serve did not start: ${out}`)), 15000);
   });
-  const browser = await chromium.launch({ executablePath: CHROMIUM, args: ['--no-sandbox'] });
+  const browser = await launch();
   const context = await browser.newContext({ viewport: { width: 1280, height: 800 }, locale: 'zh-CN' });
   const page = await context.newPage();
   const pageErrors = [];
   page.on('pageerror', (e) => pageErrors.push(e.message));
+  page.on('console', (m) => m.type() === 'error' && /Content Security Policy/.test(m.text()) && pageErrors.push(m.text()));
   t.after(async () => {
     await browser.close();
     server.kill('SIGTERM');

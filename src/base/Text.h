@@ -46,5 +46,10 @@ size_t InStr(std::string_view haystack, std::string_view needle, size_t start = 
 std::string Replace(std::string_view s, std::string_view what, std::string_view with);
 std::vector<std::string> Split(std::string_view s, char sep);
 bool StartsWithNoCase(std::string_view s, std::string_view prefix);
+// A value to be written between single quotes in a statement: its quotes are doubled, so that the
+// value stays one literal whatever it holds.
+std::string Lit(std::string_view value);
+// Text that a field can store: valid UTF-8 without a NUL byte.
+bool IsStorableText(std::string_view s);
 
 }  // namespace kmd::text

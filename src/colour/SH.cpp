@@ -1,5 +1,6 @@
 #include "colour/SH.h"
 
+#include "base/Text.h"
 
 namespace kmd {
 
@@ -12,6 +13,7 @@ SH::SH(view::Platform& platform) : FlatDictionary("SH", platform) {
   m_RootText = "色号";
   m_LoadSql = "select * from kmdcolor order by 色号";
   m_IdColumn = "色号ID";
+  m_RecordTable = "kmdcolor";
   m_CodeColumn = "色号";
   m_NameColumn = "颜色";
   m_NothingSelected.text = "请选择色号后重试!";
@@ -56,20 +58,20 @@ bool SH::IsCanSave() {
 
 std::vector<FlatDictionary::SaveCheck> SH::SaveChecks(bool isNew, const std::string& id) {
   std::string code = Code();
-  if (isNew) return {{" Select  * From kmdcolor Where 色号='" + code + "'", "色号重复,请检查!", &qnT(0), true}};
-  return {{" Select  * From kmdcolor Where 色号ID <> " + id + " and 色号='" + code + "'", "色号重复,请检查!", &qnT(0),
+  if (isNew) return {{" Select  * From kmdcolor Where 色号='" + text::Lit(code) + "'", "色号重复,请检查!", &qnT(0), true}};
+  return {{" Select  * From kmdcolor Where 色号ID <> " + id + " and 色号='" + text::Lit(code) + "'", "色号重复,请检查!", &qnT(0),
            true}};
 }
 
 void SH::NewId(int32_t& id) { m_IdAllocator->NextId("kmdcolor", "色号ID", id); }
 
 std::string SH::InsertSql(int32_t id) const {
-  return "insert into kmdcolor (色号id,色号,颜色,数号)  values( " + std::to_string(id) + ",'" + Code() + "','" + Name() +
+  return "insert into kmdcolor (色号id,色号,颜色,数号)  values( " + std::to_string(id) + ",'" + text::Lit(Code()) + "','" + text::Lit(Name()) +
          "'," + std::to_string(Picture1->BackColor) + ") ";
 }
 
 std::string SH::UpdateSql(int32_t id) const {
-  return "update kmdcolor set 色号='" + Code() + "',颜色='" + Name() + "',数号=" + std::to_string(Picture1->BackColor) +
+  return "update kmdcolor set 色号='" + text::Lit(Code()) + "',颜色='" + text::Lit(Name()) + "',数号=" + std::to_string(Picture1->BackColor) +
          " where 色号ID=" + std::to_string(id);
 }
 
@@ -82,7 +84,7 @@ std::vector<std::string> SH::DeleteSql() const {
 bool SH::FileDelete() {
   try {
     auto node = NodeToDelete();
-    if (!node) return false;
+    if (!node || RefuseMissingRecord()) return false;
     if (MsgBox("是否删除当前记录:" + node->Text, view::vbYesNo | view::vbQuestion, "提示:") == view::vbYes) {
       m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();
       auto db = Database();

@@ -5,6 +5,32 @@
 
 namespace kmd::db {
 
+std::string RefusedStatement(const std::string& sql) {
+  if (sql.find('\0') != std::string::npos) return "statement refused: it holds a NUL byte";
+  char quote = 0;  // the quote of the literal or quoted name the scan is in
+  for (size_t i = 0; i < sql.size(); ++i) {
+    char c = sql[i];
+    if (quote) {
+      if (c == quote) {
+        if (i + 1 < sql.size() && sql[i + 1] == quote) ++i;  // a doubled quote stays inside
+        else quote = 0;
+      }
+      continue;
+    }
+    if (c == '\'' || c == '"') {
+      quote = c;
+    } else if ((c == '-' && i + 1 < sql.size() && sql[i + 1] == '-') ||
+               (c == '/' && i + 1 < sql.size() && sql[i + 1] == '*')) {
+      return "statement refused: a comment outside its literals";
+    } else if (c == ';') {
+      if (sql.find_first_not_of(" \t\r\n;", i) != std::string::npos)
+        return "statement refused: only one statement may be run at a time";
+      break;
+    }
+  }
+  return "";
+}
+
 std::shared_ptr<Connection> Open(const std::string& address, bool create) {
   if (address.rfind("postgres://", 0) == 0 || address.rfind("postgresql://", 0) == 0)
     throw RuntimeError("PostgreSQL is not built into this program yet");

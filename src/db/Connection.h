@@ -8,6 +8,15 @@
 
 namespace kmd::db {
 
+// The error every driver gives for another connection's lock, or for a write over a commit newer
+// than what the transaction has read.
+inline constexpr const char* kBusyText = "数据库正忙，请稍后再试";
+
+// Why a statement must not run, "" when it may: a NUL byte, a comment outside its literals, or a
+// second statement after the first. No form builds such a statement, so it can only come from a
+// value that escaped its literal.
+std::string RefusedStatement(const std::string& sql);
+
 struct QueryResult {
   std::vector<std::string> columns;
   std::vector<Row> rows;

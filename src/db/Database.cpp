@@ -79,26 +79,113 @@ std::shared_ptr<IDbCommand> Database::CreateCommand(const std::string& sql, int3
 
 std::string Database::Run(const std::string& sql, QueryResult* out) {
   if (m_Trace) m_Trace(sql);
-  m_LastError = m_Connection->Run(sql, {}, out);
+  if (m_UnitDepth > 0 && ++m_UnitStatements == m_FailAt) {
+    m_LastError = "statement " + std::to_string(m_FailAt) + " failed on purpose";
+    if (out) *out = {};
+  } else {
+    m_LastError = m_Connection->Run(sql, {}, out);
+  }
+  if (!m_LastError.empty()) NoteFailure(m_LastError);
   return m_LastError;
 }
 
+void Database::NoteFailure(const std::string& error) {
+  if (m_UnitDepth == 0 || !m_UnitError.empty()) return;
+  m_UnitError = error.empty() ? "unknown error" : error;
+  m_UnitBusy = error == kBusyText;
+}
+
+// Inside a unit the form's transactions are savepoints of the unit's transaction; outside one
+// (a form driven without a host) they are transactions of their own.
 void Database::BeginTrans() {
-  std::string err = m_Connection->Begin();
-  if (!err.empty()) throw RuntimeError(err);
+  std::string err;
+  if (m_UnitDepth > 0) {
+    if (m_Savepoints > 0) throw RuntimeError("cannot start a transaction within a transaction");
+    ++m_Savepoints;
+    err = m_Connection->Run("SAVEPOINT " + Savepoint(), {}, nullptr);
+    if (!err.empty()) --m_Savepoints;
+  } else {
+    err = m_Connection->Begin();
+  }
+  if (!err.empty()) {
+    NoteFailure(err);
+    throw RuntimeError(err);
+  }
 }
 
 void Database::CommitTrans() {
-  std::string err = m_Connection->Commit();
-  if (!err.empty()) throw RuntimeError(err);
+  std::string err;
+  if (m_UnitDepth > 0) {
+    if (m_Savepoints == 0) throw RuntimeError("cannot commit - no transaction is active");
+    err = m_Connection->Run("RELEASE " + Savepoint(), {}, nullptr);
+    --m_Savepoints;
+  } else {
+    err = m_Connection->Commit();
+  }
+  if (!err.empty()) {
+    NoteFailure(err);
+    throw RuntimeError(err);
+  }
 }
 
 void Database::RollbackTrans() {
-  std::string err = m_Connection->Rollback();
-  if (!err.empty()) throw RuntimeError(err);
+  std::string err;
+  if (m_UnitDepth > 0) {
+    if (m_Savepoints == 0) throw RuntimeError("cannot rollback - no transaction is active");
+    err = m_Connection->Run("ROLLBACK TO " + Savepoint(), {}, nullptr);
+    if (err.empty()) err = m_Connection->Run("RELEASE " + Savepoint(), {}, nullptr);
+    --m_Savepoints;
+  } else {
+    err = m_Connection->Rollback();
+  }
+  if (!err.empty()) {
+    NoteFailure(err);
+    throw RuntimeError(err);
+  }
 }
 
-bool Database::InTrans() { return m_Connection->InTransaction(); }
+bool Database::InTrans() { return m_UnitDepth > 0 ? m_Savepoints > 0 : m_Connection->InTransaction(); }
+
+void Database::BeginUnit() {
+  if (m_UnitDepth++ > 0) return;
+  m_UnitError.clear();
+  m_UnitBusy = false;
+  m_Savepoints = 0;
+  m_UnitStatements = 0;
+  // A transaction left open outside any unit ends here, so that the unit's own starts clean.
+  if (m_Connection->InTransaction()) m_Connection->Rollback();
+  if (std::string err = m_Connection->Begin(); !err.empty()) NoteFailure(err);
+}
+
+UnitResult Database::EndUnit() {
+  if (m_UnitDepth == 0 || --m_UnitDepth > 0) return {};
+  UnitResult result{m_UnitError.empty(), m_UnitError, m_UnitBusy};
+  m_FailAt = 0;
+  m_Savepoints = 0;
+  if (!m_Connection->InTransaction()) return result;
+  if (result.committed) {
+    std::string err = m_Connection->Commit();
+    if (err.empty()) return result;
+    result = {false, err, err == kBusyText};
+  }
+  m_Connection->Rollback();
+  return result;
+}
+
+RowPrint Database::Fingerprint(const std::string& table, const std::string& keyColumn, int32_t id) {
+  QueryResult r;
+  std::string err = m_Connection->Run("SELECT * FROM " + table + " WHERE " + keyColumn + " = ?", {Value(id)}, &r);
+  if (!err.empty()) return {};
+  RowPrint print{true, !r.rows.empty(), ""};
+  if (r.rows.empty()) return print;
+  for (const auto& v : r.rows[0]) {
+    std::string cell = v.IsNull() ? "" : v.GetType() == Value::Type::Bytes
+                                             ? std::string(v.ToBytes().begin(), v.ToBytes().end())
+                                             : v.ToText();
+    print.print += std::to_string(static_cast<int>(v.GetType())) + ":" + std::to_string(cell.size()) + ":" + cell;
+  }
+  return print;
+}
 
 Value Database::Item(const Value& key) const {
   if (text::EqualsNoCase(key.ToText(), "driver")) return Value(m_Connection->DriverName());

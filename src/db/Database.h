@@ -33,9 +33,34 @@ class IDbCommand {
   virtual RecordsetPtr OpenRecordset() = 0;
 };
 
+// How a host's unit of work ended.
+struct UnitResult {
+  bool committed = true;   // false: everything of the unit was rolled back
+  std::string error;       // the first failure of the unit, "" when none
+  bool busy = false;       // the failure was another connection's lock or newer commit
+};
+
+// What a host keeps of a shown row to tell later whether another connection changed it.
+struct RowPrint {
+  bool ok = false;     // the row could be read (found or not)
+  bool found = false;
+  std::string print;   // every column of the row, as one text
+};
+
 class IDatabase {
  public:
   virtual ~IDatabase() = default;
+  // The host's unit of work around one command: every statement until EndUnit belongs to one
+  // transaction, committed when none of them failed and rolled back as a whole when one did.
+  // Inside a unit, BeginTrans, CommitTrans and RollbackTrans work on savepoints.
+  virtual void BeginUnit() {}
+  virtual UnitResult EndUnit() { return {}; }
+  // The row of `table` whose `keyColumn` is `id`, read outside the statement trace.
+  virtual RowPrint Fingerprint(const std::string& /*table*/, const std::string& /*keyColumn*/, int32_t /*id*/) {
+    return {};
+  }
+  // Counts a failure that did not come through a command (the id counter, for instance).
+  virtual void NoteFailure(const std::string& /*error*/) {}
   virtual std::shared_ptr<IDbCommand> CreateCommand(const std::string& sql, int32_t kind = 1) = 0;
   virtual bool ResetState() = 0;
   virtual void BeginTrans() = 0;
@@ -61,6 +86,11 @@ class Database : public IDatabase, public IDbError, public IDbInfo,
   void CommitTrans() override;
   void RollbackTrans() override;
   bool InTrans() override;
+  void BeginUnit() override;
+  UnitResult EndUnit() override;
+  RowPrint Fingerprint(const std::string& table, const std::string& keyColumn, int32_t id) override;
+  void NoteFailure(const std::string& error) override;
+  bool InUnit() const { return m_UnitDepth > 0; }
   const IDbError& LastError() override { return *this; }
   const IDbInfo& Info() override { return *this; }
 
@@ -73,10 +103,23 @@ class Database : public IDatabase, public IDbError, public IDbInfo,
   // Used by commands: runs one statement, records the error, traces it.
   std::string Run(const std::string& sql, QueryResult* out);
 
+  // Test seam: the n-th statement (1-based) of the next unit fails without running; 0: none.
+  void FailNthStatement(int n) { m_FailAt = n; }
+  // Statements the last unit ran or tried.
+  int UnitStatements() const { return m_UnitStatements; }
+
  private:
+  std::string Savepoint() const { return "kmd_sp" + std::to_string(m_Savepoints); }
+
   std::shared_ptr<Connection> m_Connection;
   std::string m_LastError;
   Trace m_Trace;
+  int m_UnitDepth = 0;
+  int m_Savepoints = 0;        // form transactions open inside the unit
+  std::string m_UnitError;     // the first failure inside the unit
+  bool m_UnitBusy = false;
+  int m_FailAt = 0;
+  int m_UnitStatements = 0;
 };
 
 }  // namespace kmd::db

@@ -24,6 +24,9 @@ SqliteConnection::SqliteConnection(const std::string& path, bool create) {
   }
   sqlite3_busy_timeout(m_Db, 5000);
   sqlite3_exec(m_Db, "PRAGMA foreign_keys=OFF", nullptr, nullptr, nullptr);
+  // Write-ahead logging: readers never wait for a writer, and a writer whose transaction has read
+  // cannot write over a newer commit (it gets the busy error instead).
+  sqlite3_exec(m_Db, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
 }
 
 SqliteConnection::~SqliteConnection() {
@@ -36,16 +39,8 @@ SqliteConnection::~SqliteConnection() {
 namespace {
 
 bool OnlyBlanksOrSemicolons(const char* p) {
-  // Text after the statement may only be blanks, semicolons and comments.
-  while (*p) {
-    if (*p == ' ' || *p == '\t' || *p == '\r' || *p == '\n' || *p == ';') {
-      ++p;
-    } else if (p[0] == '-' && p[1] == '-') {
-      while (*p && *p != '\n') ++p;
-    } else {
-      return false;
-    }
-  }
+  for (; *p; ++p)
+    if (*p != ' ' && *p != '\t' && *p != '\r' && *p != '\n' && *p != ';') return false;
   return true;
 }
 
@@ -96,12 +91,19 @@ void Bind(sqlite3_stmt* st, int i, const Value& v) {
 
 }  // namespace
 
+std::string SqliteConnection::Error() const {
+  int code = sqlite3_errcode(m_Db) & 0xFF;
+  if (code == SQLITE_BUSY || code == SQLITE_LOCKED) return kBusyText;
+  return sqlite3_errmsg(m_Db);
+}
+
 std::string SqliteConnection::Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) {
+  if (std::string why = RefusedStatement(sql); !why.empty()) return why;
   std::string adapted = dialect::ToSqlite(sql);
   sqlite3_stmt* st = nullptr;
   const char* tail = nullptr;
   int rc = sqlite3_prepare_v2(m_Db, adapted.c_str(), static_cast<int>(adapted.size()), &st, &tail);
-  if (rc != SQLITE_OK) return sqlite3_errmsg(m_Db);
+  if (rc != SQLITE_OK) return Error();
   if (!st) return "empty statement";
   if (tail && !OnlyBlanksOrSemicolons(tail)) {
     sqlite3_finalize(st);
@@ -123,7 +125,7 @@ std::string SqliteConnection::Run(const std::string& sql, const std::vector<Valu
     out->rows.push_back(std::move(row));
   }
   std::string err;
-  if (rc != SQLITE_DONE) err = sqlite3_errmsg(m_Db);
+  if (rc != SQLITE_DONE) err = Error();
   sqlite3_finalize(st);
   return err;
 }

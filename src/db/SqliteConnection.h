@@ -27,6 +27,8 @@ class SqliteConnection : public Connection {
   std::string RunScript(const std::string& script) override;
 
  private:
+  // The last error's text; another connection's lock is the driver-independent busy text.
+  std::string Error() const;
   sqlite3* m_Db = nullptr;
 };
 

@@ -1,5 +1,7 @@
 #include "dictionaries/CGY.h"
 
+#include "base/Text.h"
+
 namespace kmd {
 
 CGY::CGY(view::Platform& platform) : PersonDictionary("CGY", platform, 2, "采购员") {
@@ -29,7 +31,7 @@ std::string CGY::SystemRowSql(int32_t id) const {
 bool CGY::IsSystemRecord(int32_t id) { return Taken(SystemRowSql(id), true); }
 
 std::string CGY::UpdateSql(int32_t id) const {
-  return "update kmdxsy set 代码='" + Code() + "',名称='" + Name() + "',电话号码='" + Phone() +
+  return "update kmdxsy set 代码='" + text::Lit(Code()) + "',名称='" + text::Lit(Name()) + "',电话号码='" + text::Lit(Phone()) +
          "' where AutoID=" + std::to_string(id);
 }
 

@@ -14,6 +14,7 @@ FlatDictionary::FlatDictionary(std::string className, view::Platform& platform)
 }
 
 void FlatDictionary::InitProperties() {
+  SetRecordSource(m_RecordTable, m_IdColumn);
   m_Tv->Selected = [this](const NodePtr& node) { m_Tv_Selected(node); };
   SetEnabled(false);
 }
@@ -128,7 +129,7 @@ void FlatDictionary::m_Tv_Selected(const NodePtr& node) {
     }
     m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();
     UpdateScreen(m_ID);
-    if (m_IdLabel) m_IdLabel->SetCaption(std::to_string(m_ID));
+    if (m_IdLabel && !m_RecordMissing) m_IdLabel->SetCaption(std::to_string(m_ID));
   } catch (const std::exception& e) {
     if (!m_SelectionHandler) throw;
     RaiseErrMessage(std::string("选择时发生错误,原因：") + e.what(), kFailure, m_Title);
@@ -140,13 +141,30 @@ void FlatDictionary::UpdateScreen(int32_t id) {
   try {
     db = Database();
     auto rs = db->CreateCommand(UpdateScreenSql(id), 1)->OpenRecordset();
-    if (!(rs->Eof() && rs->Bof())) ShowRecord(*rs, id);
+    std::string err = db->LastError().Description();
+    if (!err.empty()) {
+      ShowNoRecord();
+      RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, m_Title);
+      return;
+    }
+    if (!(rs->Eof() && rs->Bof())) {
+      ShowRecord(*rs, id);
+      KeepFingerprint(id);
+    } else {
+      ShowNoRecord();
+    }
     rs->Close();
     db->ResetState();
   } catch (const std::exception& e) {
     RaiseErrMessage(std::string("更新屏幕时出错，原因：") + e.what(), kFailure, m_Title);
     if (db) db->ResetState();
   }
+}
+
+void FlatDictionary::ShowNoRecord() {
+  ClearFields();
+  if (m_IdLabel) m_IdLabel->SetCaption("");
+  m_RecordMissing = true;
 }
 
 void FlatDictionary::ShowRecord(db::Recordset& rs, int32_t) {
@@ -209,7 +227,7 @@ bool FlatDictionary::FileEdit() {
     MsgBox(m_EditNothingSelected, view::vbInformation, "提示：");
     return false;
   }
-  if (!IsCanEdit()) return false;
+  if (RefuseMissingRecord() || !IsCanEdit()) return false;
   SetEnabled(true);
   qnT(0).SetFocus();
   return true;
@@ -281,7 +299,7 @@ NodePtr FlatDictionary::NodeToDelete() {
 bool FlatDictionary::FileDelete() {
   try {
     auto node = NodeToDelete();
-    if (!node) return false;
+    if (!node || RefuseMissingRecord()) return false;
     if (!IsCanDelete()) return false;
     if (MsgBox("是否删除当前记录:" + node->Text, view::vbYesNo | view::vbQuestion, "提示:") == view::vbYes) {
       m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();

@@ -31,6 +31,7 @@ class FlatDictionary : public Form {
   // ---- The member's data. ----
   std::string m_RootText;         // text of the root node
   std::string m_LoadSql;          // the statement of Refresh
+  std::string m_RecordTable;      // the table of the records, as the load names it
   std::string m_IdColumn;         // key column
   std::string m_CodeColumn;       // code column, "" when the form has none
   std::string m_NameColumn;       // name column
@@ -101,8 +102,12 @@ class FlatDictionary : public Form {
   // Selection of a node: the family rule (root or nothing: m_ID 0; else load and show the id).
   virtual void m_Tv_Selected(const NodePtr& node);
   void RestoreSelected(const NodePtr& node) override { m_Tv_Selected(node); }
-  // Loads the record into the fields; no row leaves them as they are.
+  // Loads the record into the fields; a record not found, or not read, leaves the form showing
+  // none (ShowNoRecord).
   virtual void UpdateScreen(int32_t id);
+  // Empty fields and no id: the selected node's record is not there.
+  void ShowNoRecord();
+  int32_t SavingRecordId() const override { return EditingId(); }
   // The id the save and the delete check work on: the id label's number, or m_ID without one.
   virtual int32_t EditingId() const;
 

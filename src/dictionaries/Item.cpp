@@ -9,6 +9,7 @@ Item::Item(view::Platform& platform) : FlatDictionary("Item", platform) {
   m_RootText = "项目";
   m_LoadSql = "select * from KMDItem order by 项目ID";
   m_IdColumn = "项目ID";
+  m_RecordTable = "KMDItem";
   m_CodeColumn = "项目编号";
   m_NameColumn = "项目名称";
   m_NodeShowsCode = false;
@@ -33,8 +34,8 @@ Item::Item(view::Platform& platform) : FlatDictionary("Item", platform) {
 std::string Item::UpdateScreenSql(int32_t id) const { return "SELECT * FROM KMDItem WHERE 项目ID =" + std::to_string(id); }
 
 std::vector<FlatDictionary::SaveCheck> Item::SaveChecks(bool, const std::string& id) {
-  return {{" Select * From KMDItem Where 项目编号='" + Code() + "' and 项目ID<>" + id, "项目编号重复,请检查!", nullptr, true},
-          {" Select * From KMDItem Where 项目名称='" + Name() + "' and 项目ID<>" + id, "项目名称重复,请检查!", nullptr,
+  return {{" Select * From KMDItem Where 项目编号='" + text::Lit(Code()) + "' and 项目ID<>" + id, "项目编号重复,请检查!", nullptr, true},
+          {" Select * From KMDItem Where 项目名称='" + text::Lit(Name()) + "' and 项目ID<>" + id, "项目名称重复,请检查!", nullptr,
            true}};
 }
 
@@ -45,12 +46,12 @@ std::string Item::SystemRowSql(int32_t id) const {
 void Item::NewId(int32_t& id) { m_IdAllocator->NextId("KMDItem", "项目ID", id); }
 
 std::string Item::InsertSql(int32_t id) const {
-  return "insert into KMDItem (项目ID,项目编号,项目名称,说明)values( " + std::to_string(id) + ",'" + Code() + "','" +
-         Name() + "','" + text::Trim(qnT(2).Text()) + "')";
+  return "insert into KMDItem (项目ID,项目编号,项目名称,说明)values( " + std::to_string(id) + ",'" + text::Lit(Code()) + "','" +
+         text::Lit(Name()) + "','" + text::Lit(text::Trim(qnT(2).Text())) + "')";
 }
 
 std::string Item::UpdateSql(int32_t id) const {
-  return "update KMDItem set 项目编号='" + Code() + "',项目名称='" + Name() + "',说明='" + text::Trim(qnT(2).Text()) +
+  return "update KMDItem set 项目编号='" + text::Lit(Code()) + "',项目名称='" + text::Lit(Name()) + "',说明='" + text::Lit(text::Trim(qnT(2).Text())) +
          "' where 项目ID=" + std::to_string(id);
 }
 

@@ -10,6 +10,7 @@ JLDW::JLDW(view::Platform& platform) : FlatDictionary("JLDW", platform) {
   m_RootText = "计量单位";
   m_LoadSql = "select * from kmdjldw order by 代码";
   m_IdColumn = "单位ID";
+  m_RecordTable = "kmdjldw";
   m_CodeColumn = "代码";
   m_NameColumn = "名称";
   m_SelectionHandler = false;
@@ -74,21 +75,21 @@ bool JLDW::IsCanSave() {
     std::string code = Code(), name = Name();
     int32_t id = EditingId();
     if (text::Val(lbl(0).Caption()) <= 0) {
-      if (Taken(" Select count(*) From KMDJLDW Where 代码='" + code + "'")) {
+      if (Taken(" Select count(*) From KMDJLDW Where 代码='" + text::Lit(code) + "'")) {
         RefuseDuplicate("代码(" + code + ")重复,请检查!", &qnT(0));
         return false;
       }
-      if (Taken(" Select count(*) From KMDJLDW Where 名称='" + name + "' ")) {
+      if (Taken(" Select count(*) From KMDJLDW Where 名称='" + text::Lit(name) + "' ")) {
         RefuseDuplicate("名称(" + name + ")重复,请检查!", &qnT(1));
         return false;
       }
     } else {
       std::string sid = std::to_string(id);
-      if (Taken(" Select  count(*) From KMDJLDW Where 单位ID <> " + sid + " and 代码='" + code + "'")) {
+      if (Taken(" Select  count(*) From KMDJLDW Where 单位ID <> " + sid + " and 代码='" + text::Lit(code) + "'")) {
         RefuseDuplicate("代码" + code + "重复,请检查!", &qnT(0));
         return false;
       }
-      if (Taken(" Select count(*) From KMDJLDW Where 单位ID <> " + sid + " and 名称='" + name + "' ")) {
+      if (Taken(" Select count(*) From KMDJLDW Where 单位ID <> " + sid + " and 名称='" + text::Lit(name) + "' ")) {
         RefuseDuplicate("名称" + name + "重复,请检查!", &qnT(1));
         return false;
       }
@@ -108,13 +109,13 @@ void JLDW::NewId(int32_t& id) { m_IdAllocator->NextId("kmdjldw", "单位ID", id)
 
 std::string JLDW::InsertSql(int32_t id) const {
   int flag = Opt(0).GetValue() ? 1 : 0;
-  return "insert into kmdjldw (单位ID,代码,名称,是否系统) values ( " + std::to_string(id) + "," + "'" + Code() +
-         "','" + Name() + "'," + std::to_string(flag) + ") ";
+  return "insert into kmdjldw (单位ID,代码,名称,是否系统) values ( " + std::to_string(id) + "," + "'" + text::Lit(Code()) +
+         "','" + text::Lit(Name()) + "'," + std::to_string(flag) + ") ";
 }
 
 std::string JLDW::UpdateSql(int32_t id) const {
   int flag = Opt(0).GetValue() ? 1 : 0;
-  return "update kmdjldw set 代码='" + Code() + "',名称='" + Name() + "',是否系统=" + std::to_string(flag) +
+  return "update kmdjldw set 代码='" + text::Lit(Code()) + "',名称='" + text::Lit(Name()) + "',是否系统=" + std::to_string(flag) +
          " where 单位ID= " + std::to_string(id);
 }
 

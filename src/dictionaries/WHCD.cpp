@@ -1,5 +1,7 @@
 #include "dictionaries/WHCD.h"
 
+#include "base/Text.h"
+
 namespace kmd {
 
 WHCD::WHCD(view::Platform& platform) : FlatDictionary("WHCD", platform) {
@@ -7,6 +9,7 @@ WHCD::WHCD(view::Platform& platform) : FlatDictionary("WHCD", platform) {
   m_RootText = "文化程度";
   m_LoadSql = "select * from kmdwhcd order by 文化程度ID";
   m_IdColumn = "文化程度ID";
+  m_RecordTable = "kmdwhcd";
   m_NameColumn = "文化程度";
   m_NodeShowsCode = false;
   m_RaisesFormRefreshed = true;
@@ -30,8 +33,8 @@ std::string WHCD::UpdateScreenSql(int32_t id) const {
 }
 
 std::vector<FlatDictionary::SaveCheck> WHCD::SaveChecks(bool isNew, const std::string& id) {
-  if (isNew) return {{" Select  * From KMDWHCD Where 文化程度='" + Name() + "'", "文化程度重复,请检查!", nullptr, true}};
-  return {{" Select  * From KMDWHCD Where 文化程度ID <> " + id + " and 文化程度='" + Name() + "'", "文化程度,请检查!",
+  if (isNew) return {{" Select  * From KMDWHCD Where 文化程度='" + text::Lit(Name()) + "'", "文化程度重复,请检查!", nullptr, true}};
+  return {{" Select  * From KMDWHCD Where 文化程度ID <> " + id + " and 文化程度='" + text::Lit(Name()) + "'", "文化程度,请检查!",
            nullptr, true}};
 }
 
@@ -42,11 +45,11 @@ std::string WHCD::SystemRowSql(int32_t id) const {
 void WHCD::NewId(int32_t& id) { m_IdAllocator->NextId("kmdwhcd", "文化程度ID", id); }
 
 std::string WHCD::InsertSql(int32_t id) const {
-  return "insert into kmdwhcd (文化程度ID,文化程度)values( " + std::to_string(id) + ",'" + Name() + "') ";
+  return "insert into kmdwhcd (文化程度ID,文化程度)values( " + std::to_string(id) + ",'" + text::Lit(Name()) + "') ";
 }
 
 std::string WHCD::UpdateSql(int32_t id) const {
-  return "update kmdwhcd set 文化程度='" + Name() + "' where 文化程度ID='" + std::to_string(id) + "'";
+  return "update kmdwhcd set 文化程度='" + text::Lit(Name()) + "' where 文化程度ID='" + std::to_string(id) + "'";
 }
 
 std::vector<std::string> WHCD::DeleteSql() const {

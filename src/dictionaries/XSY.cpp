@@ -11,6 +11,7 @@ PersonDictionary::PersonDictionary(std::string className, view::Platform& platfo
   m_RootText = word;
   m_LoadSql = "select * from kmdxsy where 类型ID = " + m_TypeId + " order by 代码";
   m_IdColumn = "AutoID";
+  m_RecordTable = "kmdxsy";
   m_CodeColumn = "代码";
   m_NameColumn = "名称";
   m_RaisesFormRefreshed = true;
@@ -38,18 +39,18 @@ std::vector<FlatDictionary::SaveCheck> PersonDictionary::SaveChecks(bool isNew, 
   std::string codeTaken = "代码(" + code + ")重复,请检查!";
   std::string nameTaken = m_NameWord + "(" + name + ")重复,请检查!";
   if (isNew)
-    return {{" Select count(*) From KMDXSY Where 代码='" + code + ofType, codeTaken, &qnT(0)},
-            {" Select count(*) From KMDXSY Where 名称='" + name + ofType, nameTaken, &qnT(1)}};
-  return {{" Select count(*) From KMDXSY Where AutoID <> " + id + " and 代码='" + code + ofType, codeTaken, &qnT(0)},
-          {" Select Count(*) From KMDXSY Where AutoID <> " + id + " and 名称='" + name + ofType, nameTaken, &qnT(1)},
+    return {{" Select count(*) From KMDXSY Where 代码='" + text::Lit(code) + ofType, codeTaken, &qnT(0)},
+            {" Select count(*) From KMDXSY Where 名称='" + text::Lit(name) + ofType, nameTaken, &qnT(1)}};
+  return {{" Select count(*) From KMDXSY Where AutoID <> " + id + " and 代码='" + text::Lit(code) + ofType, codeTaken, &qnT(0)},
+          {" Select Count(*) From KMDXSY Where AutoID <> " + id + " and 名称='" + text::Lit(name) + ofType, nameTaken, &qnT(1)},
           {m_StillThereSql + id, m_GoneText, nullptr, false, true}};
 }
 
 void PersonDictionary::NewId(int32_t& id) { m_IdAllocator->NextId("kmdxsy", "AutoID", id); }
 
 std::string PersonDictionary::InsertSql(int32_t id) const {
-  return "insert into kmdxsy (AutoID,代码,名称,电话号码,类型ID) values ( " + std::to_string(id) + ",'" + Code() + "','" +
-         Name() + "','" + Phone() + "'," + m_TypeId + ")";
+  return "insert into kmdxsy (AutoID,代码,名称,电话号码,类型ID) values ( " + std::to_string(id) + ",'" + text::Lit(Code()) + "','" +
+         text::Lit(Name()) + "','" + text::Lit(Phone()) + "'," + m_TypeId + ")";
 }
 
 std::vector<std::string> PersonDictionary::DeleteSql() const {
@@ -74,7 +75,7 @@ std::string XSY::SystemRowSql(int32_t id) const {
 }
 
 std::string XSY::UpdateSql(int32_t id) const {
-  return "update kmdxsy set 代码='" + Code() + "',名称='" + Name() + "',电话号码='" + Phone() +
+  return "update kmdxsy set 代码='" + text::Lit(Code()) + "',名称='" + text::Lit(Name()) + "',电话号码='" + text::Lit(Phone()) +
          "' where AutoID = " + std::to_string(id);
 }
 

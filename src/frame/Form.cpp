@@ -156,7 +156,46 @@ void Form::SetEnabled(bool editing) {
 
 void Form::ClearFields() {
   m_ID = 0;
+  m_RecordMissing = false;
   ClearControlValues(m_Controls);
+}
+
+void Form::SetRecordSource(std::string table, std::string keyColumn) {
+  m_SourceTable = std::move(table);
+  m_SourceKey = std::move(keyColumn);
+}
+
+void Form::KeepFingerprint(int32_t id) {
+  m_PrintId = id;
+  m_Print = {};
+  if (m_SourceTable.empty() || id <= 0 || !m_Context) return;
+  if (auto db = m_Context->Database()) m_Print = db->Fingerprint(m_SourceTable, m_SourceKey, id);
+}
+
+void Form::RetakeFingerprint() {
+  try {
+    KeepFingerprint(m_PrintId);
+  } catch (...) {
+    m_Print = {};
+  }
+}
+
+bool Form::RecordUnchanged() {
+  int32_t id = SavingRecordId();
+  if (m_SourceTable.empty() || id <= 0 || !m_Context) return true;
+  // Nothing to compare with: the shown record could not be read when it was shown.
+  if (id != m_PrintId || !m_Print.ok) return true;
+  auto db = m_Context->Database();
+  if (!db) return true;
+  db::RowPrint now = db->Fingerprint(m_SourceTable, m_SourceKey, id);
+  if (!now.ok) return true;
+  return now.found == m_Print.found && now.print == m_Print.print;
+}
+
+bool Form::RefuseMissingRecord() {
+  if (!m_RecordMissing) return false;
+  MsgBox("记录已不存在，请刷新", view::vbInformation, "提示：");
+  return true;
 }
 
 void Form::Refuse(const Refusal& r) {

@@ -70,6 +70,12 @@ class Form : public IFormUI, public IDesignUI {
   void DoSaveFormStatus() override;
   std::string Attributes(int32_t) override { return ""; }
 
+  // False when the record a save would overwrite has changed or gone since the form showed it
+  // (read outside the statement trace); true for a new record or a form without a record source.
+  bool RecordUnchanged();
+  // Reads the shown record's fingerprint again, after a command whose unit was rolled back.
+  void RetakeFingerprint();
+
   // IDesignUI
   view::Controls& Controls() override { return m_Controls; }
   ParameterCollection* Parameters() override { return nullptr; }
@@ -115,6 +121,17 @@ class Form : public IFormUI, public IDesignUI {
   void SetEnabled(bool editing);
   // m_ID 0; text fields "" with value 0, text boxes and combo boxes "", check boxes 0.
   void ClearFields();
+  // The table and key column of the records the form shows, declared once by its family.
+  void SetRecordSource(std::string table, std::string keyColumn);
+  // The record `id` is shown: its fingerprint is kept for the check before a save.
+  void KeepFingerprint(int32_t id);
+  // The id of the record a save would overwrite; 0 or less for a new one.
+  virtual int32_t SavingRecordId() const { return 0; }
+  // The selected node's record was not found: the form shows no record. Commands that need one
+  // refuse through RefuseMissingRecord until another node is selected.
+  bool m_RecordMissing = false;
+  // Shows "记录已不存在，请刷新" and gives true when the selected record was not found.
+  bool RefuseMissingRecord();
   // After DoGetFormStatus restored a selected node: a form with a selection handler shows that
   // node's record. By default nothing happens.
   virtual void RestoreSelected(const NodePtr& /*node*/) {}
@@ -147,6 +164,9 @@ class Form : public IFormUI, public IDesignUI {
   Splitter* m_Sp = nullptr;
 
  private:
+  std::string m_SourceTable, m_SourceKey;
+  int32_t m_PrintId = 0;
+  db::RowPrint m_Print;
   std::string m_ClassName;
   view::Platform& m_Platform;
   IFormEvents* m_Events = nullptr;

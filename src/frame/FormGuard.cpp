@@ -6,15 +6,77 @@ FormGuard::FormGuard(std::unique_ptr<Form> form) : m_Form(std::move(form)) {}
 
 void FormGuard::SetEventSink(IFormEvents* sink) {
   m_Events = sink;
-  m_Form->SetEventSink(sink);
+  m_Form->SetEventSink(this);
+}
+
+void FormGuard::Message(const std::string& psMsg) {
+  if (m_Events) m_Events->Message(psMsg);
+}
+
+void FormGuard::ErrMessage(const std::string& psMsg, int32_t plLevel, const std::string& psTitle) {
+  if (plLevel >= kFailure) m_Reported = true;
+  if (m_Events) m_Events->ErrMessage(psMsg, plLevel, psTitle);
+}
+
+void FormGuard::FormRefreshed() {
+  if (m_Events) m_Events->FormRefreshed();
+}
+
+void FormGuard::Property(const std::string& name, const Value& value, bool autoUpdate) {
+  if (m_Events) m_Events->Property(name, value, autoUpdate);
+}
+
+std::shared_ptr<db::IDatabase> FormGuard::UnitDatabase() const {
+  try {
+    return m_Context ? m_Context->Database() : nullptr;
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+bool FormGuard::BeginCommand() {
+  if (m_Depth++ > 0) return false;
+  m_Reported = false;
+  m_UnitDb = UnitDatabase();
+  if (m_UnitDb) m_UnitDb->BeginUnit();
+  return true;
+}
+
+void FormGuard::EndCommand() {
+  --m_Depth;
+  auto db = std::move(m_UnitDb);
+  if (!db) return;
+  db::UnitResult end;
+  try {
+    end = db->EndUnit();
+    if (!end.committed) {
+      if (!m_Reported && end.busy)
+        ErrMessage(db::kBusyText, kFailure, m_Form->Title());
+      else if (!m_Reported)
+        ErrMessage("数据库操作失败，本次修改已全部撤销：" + end.error, kJournalFailure, m_Form->Title());
+      // What the form keeps of its shown record was read inside the rolled-back unit.
+      if (!m_Cleared) m_Form->RetakeFingerprint();
+    }
+  } catch (...) {
+  }
+  try {
+    if (m_Events) m_Events->CommandEnded(end.committed);
+  } catch (...) {
+  }
 }
 
 template <class R, class F>
 R FormGuard::Guard(R fallback, F&& f) {
   R result = fallback;
   if (m_Cleared) return result;
+  bool outer = BeginCommand();
   try {
     result = f();
+  } catch (const view::InputRefused& e) {
+    try {
+      m_Form->GetPlatform().MsgBox(e.what(), view::vbExclamation, "提示：");
+    } catch (...) {
+    }
   } catch (const std::exception& e) {
     try {
       if (m_Events) m_Events->ErrMessage(e.what(), kFailure, m_Form->Title());
@@ -26,20 +88,9 @@ R FormGuard::Guard(R fallback, F&& f) {
     } catch (...) {
     }
   }
-  RollBackOpenTransaction();
+  if (outer) EndCommand();
+  else --m_Depth;
   return result;
-}
-
-void FormGuard::RollBackOpenTransaction() {
-  if (!m_Context) return;
-  try {
-    auto db = m_Context->Database();
-    if (!db || !db->InTrans()) return;
-    db->RollbackTrans();
-    if (m_Events)
-      m_Events->ErrMessage("命令结束时事务仍未完成，已回滚其中全部修改", kJournal, m_Form->Title());
-  } catch (...) {
-  }
 }
 
 bool FormGuard::Run(const std::function<void()>& action) {
@@ -56,7 +107,6 @@ KMD_GUARD_BOOL(FileNew)
 KMD_GUARD_BOOL(FileNewNext)
 KMD_GUARD_BOOL(FileEdit)
 KMD_GUARD_BOOL(FileDelete)
-KMD_GUARD_BOOL(FileSave)
 KMD_GUARD_BOOL(FileCancel)
 KMD_GUARD_BOOL(FindNext)
 KMD_GUARD_BOOL(Refresh)
@@ -73,12 +123,26 @@ KMD_GUARD_BOOL(Help)
 KMD_GUARD_BOOL(IsDirty)
 #undef KMD_GUARD_BOOL
 
+bool FormGuard::FileSave() {
+  return Guard(false, [&] {
+    if (!m_Form->RecordUnchanged()) {
+      ErrMessage("记录已被其他用户修改或删除，请刷新后再改", kFailure, m_Form->Title());
+      return false;
+    }
+    return m_Form->FileSave();
+  });
+}
+
 bool FormGuard::Init(IFormContext* context, int32_t programId, int32_t recordId) {
   m_Context = context;
   return Guard(false, [&] { return m_Form->Init(context, programId, recordId); });
 }
 bool FormGuard::Clear() {
-  bool result = Guard(false, [&] { return m_Form->Clear(); });
+  bool result = Guard(false, [&] {
+    bool cleared = m_Form->Clear();
+    m_Cleared = true;
+    return cleared;
+  });
   m_Context = nullptr;
   m_Cleared = true;
   return result;

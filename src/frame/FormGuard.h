@@ -8,9 +8,13 @@ namespace kmd {
 
 // What a host holds of a form: every call goes through a guard that keeps any exception inside,
 // reporting one that escaped the form's own handlers as ErrMessage(<description>, 8, <title>)
-// and answering False, 0 or "". A transaction still open when a call returns is rolled back and
-// reported as a journal line (level 1), so that no command leaves half its writes behind.
-class FormGuard : public IFormUI, public IDesignUI {
+// and answering False, 0 or "".
+// Each call (and each user action through Run) is one unit of work of the database: committed at
+// its end when no statement failed, rolled back as a whole when one did. A rollback that the form
+// did not report itself is reported at level 9 (or, for another connection's lock, at level 8 with
+// the busy text). A save of a record that changed since the form showed it is refused before the
+// form runs any statement.
+class FormGuard : public IFormUI, public IDesignUI, private IFormEvents {
  public:
   explicit FormGuard(std::unique_ptr<Form> form);
 
@@ -63,12 +67,24 @@ class FormGuard : public IFormUI, public IDesignUI {
  private:
   template <class R, class F>
   R Guard(R fallback, F&& f);
-  void RollBackOpenTransaction();
+  // The outermost call opens the unit of work and gives true.
+  bool BeginCommand();
+  void EndCommand();
+  std::shared_ptr<db::IDatabase> UnitDatabase() const;
+
+  // The form's events pass through to the host; failures it reports are noted.
+  void Message(const std::string& psMsg) override;
+  void ErrMessage(const std::string& psMsg, int32_t plLevel, const std::string& psTitle) override;
+  void FormRefreshed() override;
+  void Property(const std::string& name, const Value& value, bool autoUpdate) override;
 
   std::unique_ptr<Form> m_Form;
   IFormEvents* m_Events = nullptr;
   IFormContext* m_Context = nullptr;  // the context of Init, until Clear
   bool m_Cleared = false;
+  int m_Depth = 0;          // calls under way; the outermost owns the unit of work
+  bool m_Reported = false;  // the form reported a failure during the unit
+  std::shared_ptr<db::IDatabase> m_UnitDb;
 };
 
 }  // namespace kmd

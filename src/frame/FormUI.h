@@ -26,6 +26,8 @@ class IFormEvents {
   virtual void ErrMessage(const std::string& psMsg, int32_t plLevel, const std::string& psTitle) = 0;
   virtual void FormRefreshed() = 0;
   virtual void Property(const std::string& psParameterName, const Value& psParameterValue, bool pbAutoUpdate) = 0;
+  // Host side only: a command's unit of work has ended, committed or rolled back as a whole.
+  virtual void CommandEnded(bool /*committed*/) {}
 };
 
 enum class FormEvent { Message, ErrMessage, FormRefreshed, Property };

@@ -15,7 +15,12 @@ bool IIdAllocator::SetDatabase(std::shared_ptr<db::IDatabase> database) {
 std::string IIdAllocator::NextId(const std::string& table, const std::string& keyColumn, int32_t& id) {
   auto* database = dynamic_cast<db::Database*>(m_Database.get());
   if (!database) throw RuntimeError("Object variable or With block variable not set");
-  id = db::NextId(database->GetConnection(), table, keyColumn);
+  try {
+    id = db::NextId(database->GetConnection(), table, keyColumn);
+  } catch (const RuntimeError& e) {
+    database->NoteFailure(e.Description());
+    throw;
+  }
   return "";
 }
 

@@ -9,6 +9,7 @@ CodedHierarchy::CodedHierarchy(std::string className, view::Platform& platform)
     : Form(std::move(className), platform), m_CodeRule(std::make_unique<ICodeRule>()) {}
 
 void CodedHierarchy::InitProperties() {
+  SetRecordSource(m_Table, m_IdColumn);
   m_Tv->Selected = [this](const NodePtr& node) { m_Tv_Selected(node); };
   SetEnabled(false);
 }
@@ -141,6 +142,7 @@ bool CodedHierarchy::Refresh() {
 void CodedHierarchy::m_Tv_Selected(const NodePtr& node) {
   try {
     ClearEditFields();
+    m_RecordMissing = false;
     if (!node || !node->Parent()) {
       // The root shows no record: no id and no parent code, so a new record there is first-level.
       m_ID = 0;
@@ -150,16 +152,32 @@ void CodedHierarchy::m_Tv_Selected(const NodePtr& node) {
     }
     m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();
     UpdateScreen(m_ID);
-    m_IdLabel->SetCaption(std::to_string(m_ID));
+    if (!m_RecordMissing) m_IdLabel->SetCaption(std::to_string(m_ID));
   } catch (const std::exception& e) {
     RaiseErrMessage(std::string("选择时发生错误,原因：") + e.what(), kFailure, m_Title);
   }
 }
 
+void CodedHierarchy::ShowNoRecord() {
+  ClearEditFields();
+  m_IdLabel->SetCaption("");
+  m_ParentLabel->SetCaption("");
+  m_RecordMissing = true;
+}
+
 void CodedHierarchy::UpdateScreen(int32_t id) {
+  m_RecordMissing = false;
   try {
-    auto rs = Database()->CreateCommand(UpdateScreenSql(id), 1)->OpenRecordset();
+    auto db = Database();
+    auto rs = db->CreateCommand(UpdateScreenSql(id), 1)->OpenRecordset();
+    if (std::string err = db->LastError().Description(); !err.empty()) {
+      ShowNoRecord();
+      RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, m_Title);
+      return;
+    }
+    if (rs->Eof()) ShowNoRecord();
     if (!rs->Eof()) {
+      KeepFingerprint(id);
       std::string code = Str(*rs, m_CodeColumn);
       m_ParentLabel->SetCaption(m_CodeRule->ParentCode(code, m_Rule));
       auto length = m_CodeRule->ChildSegmentLength(ParentText(), m_Rule);
@@ -215,6 +233,7 @@ bool CodedHierarchy::FileEdit() {
     MsgBox("无选择项目,不能进行编辑!", view::vbInformation, "提示：");
     return false;
   }
+  if (RefuseMissingRecord()) return false;
   SetEnabled(true);
   m_SegmentBox->MaxLength = m_CodeRule->ChildSegmentLength(ParentText(), m_Rule);
   m_SegmentBox->SetFocus();
@@ -273,7 +292,7 @@ bool CodedHierarchy::IsCanSave() {
 }
 
 std::vector<std::string> CodedHierarchy::ParentBranchSql(const std::string& parent, int32_t) const {
-  return {"update  " + m_Table + "  set 是否明细= 0 where " + m_CodeColumn + " ='" + parent + "'"};
+  return {"update  " + m_Table + "  set 是否明细= 0 where " + m_CodeColumn + " ='" + text::Lit(parent) + "'"};
 }
 
 bool CodedHierarchy::FileSave() {
@@ -356,12 +375,12 @@ std::string CodedHierarchy::DeleteSql(int32_t id) const {
 }
 
 std::string CodedHierarchy::ChildCountSql(const std::string& parent) const {
-  return " Select COUNT(*) From " + m_Table + " Where " + m_CodeColumn + " Like '" + text::Trim(parent) + "%' And " +
-         m_CodeColumn + " <> '" + parent + "'";
+  return " Select COUNT(*) From " + m_Table + " Where " + m_CodeColumn + " Like '" + text::Lit(text::Trim(parent)) + "%' And " +
+         m_CodeColumn + " <> '" + text::Lit(parent) + "'";
 }
 
 std::vector<std::string> CodedHierarchy::ParentLeafSql(const std::string& parent, int32_t) const {
-  return {"update " + m_Table + " set 是否明细=1 where " + m_CodeColumn + "='" + parent + "'"};
+  return {"update " + m_Table + " set 是否明细=1 where " + m_CodeColumn + "='" + text::Lit(parent) + "'"};
 }
 
 std::string CodedHierarchy::FlagFailureText(const std::string& parent, int32_t,
@@ -379,6 +398,7 @@ bool CodedHierarchy::FileDelete() {
     Refuse(m_DeleteRoot);
     return false;
   }
+  if (RefuseMissingRecord()) return false;
   return Delete(node);
 }
 

@@ -114,8 +114,12 @@ class CodedHierarchy : public Form {
   // Empties the fields for another record (ClearFields, or the helper's ClearControls).
   virtual void ClearEditFields() { ClearFields(); }
   virtual std::string UpdateScreenSql(int32_t id) const = 0;
-  // Loads the record into the fields; a record not found leaves them as they are.
+  // Loads the record into the fields; a record not found, or not read, leaves the form showing
+  // none (ShowNoRecord).
   virtual void UpdateScreen(int32_t id);
+  // Empty fields, no id and no parent code: the selected node's record is not there.
+  void ShowNoRecord();
+  int32_t SavingRecordId() const override { return EditingId(); }
   // The member's columns beyond code and name; the current row is the record.
   virtual void ShowRecord(db::Recordset& /*rs*/) {}
   // The code of a node's text: up to its first blank, trimmed; "" for a root or no node.

@@ -71,7 +71,7 @@ void Context::LookupCheck(view::TextField& field, const Value& text) {
   }
   const auto& ref = field.GetReference();
   try {
-    auto rs = m_Database->CreateCommand(text::Replace(ref.SelectSql, "@", typed), 1)->OpenRecordset();
+    auto rs = m_Database->CreateCommand(text::Replace(ref.SelectSql, "@", text::Lit(typed)), 1)->OpenRecordset();
     std::string err = m_Database->LastError().Description();
     if (!err.empty()) return RefuseLookup(field, kStatementError + err, view::vbCritical);
     if (rs->Eof()) return RefuseLookup(field, ref.ErrorText, view::vbExclamation);

@@ -268,7 +268,10 @@ void ScriptHost::ShowFields() {
 
 void ScriptHost::RunSql(const std::string& sql) {
   db::QueryResult r;
-  std::string err = m_Context->GetDatabase()->GetConnection().Run(sql, {}, &r);
+  auto& connection = m_Context->GetDatabase()->GetConnection();
+  // The script is the operator's own: a statement with a body of several (a trigger, say) runs
+  // as a script, without rows.
+  std::string err = db::RefusedStatement(sql).empty() ? connection.Run(sql, {}, &r) : connection.RunScript(sql);
   if (!err.empty()) {
     m_Out << "error " << err << "\n";
     return;
@@ -381,6 +384,11 @@ void ScriptHost::ErrMessage(const std::string& psMsg, int32_t plLevel, const std
   m_Out << "event ErrMessage " << plLevel << " " << psTitle << " | " << psMsg << "\n";
   if ((plLevel == kJournal || plLevel == kJournalFailure) && m_Context)
     m_Journal.push_back({m_Context->User().Name, m_Form ? m_Form->ClassName() : "", plLevel, psTitle, psMsg, ""});
+}
+
+void ScriptHost::CommandEnded(bool committed) {
+  if (committed) return;
+  std::erase_if(m_Journal, [](const JournalLine& line) { return line.level == kJournal; });
 }
 
 // Journal lines are written after the command that raised them, outside its transaction.

@@ -48,6 +48,8 @@ class ScriptHost : public view::Platform, public IFormEvents {
   void ErrMessage(const std::string& psMsg, int32_t plLevel, const std::string& psTitle) override;
   void FormRefreshed() override;
   void Property(const std::string& name, const Value& value, bool autoUpdate) override;
+  // A rolled-back command journals its failures, not the changes it undid.
+  void CommandEnded(bool committed) override;
 
  private:
   struct ScriptError {

@@ -392,6 +392,11 @@ void WebWindow::Property(const std::string& name, const Value& value, bool autoU
   m_Events.push_back({{"event", "Property"}, {"name", name}, {"value", value.ToText()}, {"autoUpdate", autoUpdate}});
 }
 
+void WebWindow::CommandEnded(bool committed) {
+  if (committed) return;
+  std::erase_if(m_Journal, [](const nlohmann::json& line) { return line["level"] == kJournal; });
+}
+
 // Journal lines are written at the end of the command that raised them, outside any transaction
 // of the form, on the window's own connection.
 void WebWindow::FlushJournal() {

@@ -84,6 +84,8 @@ class WebWindow : public view::Platform, public IFormEvents {
   // Events of the form, on the window's thread.
   void Message(const std::string& psMsg) override;
   void ErrMessage(const std::string& psMsg, int32_t plLevel, const std::string& psTitle) override;
+  // A rolled-back command journals its failures, not the changes it undid.
+  void CommandEnded(bool committed) override;
   void FormRefreshed() override;
   void Property(const std::string& name, const Value& value, bool autoUpdate) override;
 

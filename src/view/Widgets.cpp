@@ -1,5 +1,7 @@
 #include "view/Widgets.h"
 
+#include "base/Text.h"
+
 namespace kmd::view {
 
 TextField::TextField(std::string name, int index, std::string caption)
@@ -7,6 +9,7 @@ TextField::TextField(std::string name, int index, std::string caption)
 
 void TextField::UserType(const std::string& text) {
   if (!Enabled()) return;
+  if (!text::IsStorableText(text)) throw InputRefused();
   m_Text = text;
   if (Change) Change();
 }
@@ -23,6 +26,7 @@ void TextField::UserBrowse() {
 
 void TextBox::UserType(const std::string& text) {
   if (!Enabled()) return;
+  if (!text::IsStorableText(text)) throw InputRefused();
   m_Text = text;
   if (Change) Change();
   if (KeyUp) KeyUp();
@@ -79,6 +83,7 @@ void DatePicker::UserPick(const std::string& date) {
 
 void ComboBox::UserType(const std::string& text) {
   if (!Enabled()) return;
+  if (!text::IsStorableText(text)) throw InputRefused();
   m_Text = text;
   if (Change) Change();
 }

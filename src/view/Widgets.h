@@ -3,12 +3,20 @@
 #include <string>
 #include <vector>
 
+#include "base/RuntimeError.h"
 #include "view/Control.h"
 
 namespace kmd::view {
 
 // The system colour of buttons and dialog faces, the default BackColor of labels and pictures.
 constexpr int32_t kButtonFace = static_cast<int32_t>(0x8000000Fu);
+
+// Typed text that no field takes: a NUL byte or bytes that are not UTF-8. The field keeps its
+// text; the host shows the reason in a box.
+class InputRefused : public RuntimeError {
+ public:
+  InputRefused() : RuntimeError("输入的内容含有不能保存的字符（空字符或无效的编码），请重新输入") {}
+};
 
 // Configuration of a reference field: what its typed text must name, and how it is shown.
 struct Reference {

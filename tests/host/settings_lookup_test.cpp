@@ -135,15 +135,15 @@ TEST_F(HostTest, UnresolvedTextShowsTheErrorTextEmptiesTheValueAndKeepsTheFocus)
   EXPECT_EQ(unit.Text(), "吨");
   EXPECT_TRUE(unit.HasFocus());
 
-  // A quote breaks the statement: the database's error is shown, nothing escapes the form.
+  // A quote stays inside its literal: no unit is named A'B, so the field's own box is shown.
   unit.SetValue(Value(2));
   EXPECT_TRUE(form.Run([&] {
     unit.UserType("A'B");
     unit.UserLeave();
   }));
-  EXPECT_EQ(statements.back(), "Select 单位ID,代码,名称 From KMDjldw  where 代码 = 'A'B' or 名称 = 'A'B'");
+  EXPECT_EQ(statements.back(), "Select 单位ID,代码,名称 From KMDjldw  where 代码 = 'A''B' or 名称 = 'A''B'");
   ASSERT_EQ(boxes.shown.size(), 2u);
-  EXPECT_EQ(boxes.shown[1].rfind("提示：|数据库操作错误，原因：", 0), 0u) << boxes.shown[1];
+  EXPECT_EQ(boxes.shown[1], "提示：|单位输入有误，请重新输入！");
   EXPECT_EQ(unit.GetValue().ToText(), "");
 }
 

@@ -348,12 +348,19 @@ void CopyFd(int from, int to, const std::string& what) {
   }
 }
 
-// The stored form of a path that is added: no drive, "\" between the parts, no "." or ".."
-// parts, and a leading "\".
+// The stored form of a path that is added: no drive, "\" between the parts, "." and ".." resolved
+// by the text alone (a ".." at the start is dropped), and a leading "\".
 std::string StoredPathOf(const std::string& path) {
+  std::vector<std::string> parts;
+  for (auto& part : text::Split(zpath::ToWindows(WithoutDrive(path)), '\\')) {
+    if (part == "..") {
+      if (!parts.empty()) parts.pop_back();
+    } else if (!part.empty() && part != ".") {
+      parts.push_back(std::move(part));
+    }
+  }
   std::string stored;
-  for (const auto& part : text::Split(zpath::ToWindows(WithoutDrive(path)), '\\'))
-    if (!part.empty() && part != "." && part != "..") stored += "\\" + part;
+  for (const auto& part : parts) stored += "\\" + part;
   return stored.empty() ? "\\" : stored;
 }
 

@@ -82,7 +82,7 @@ class zLibControl {
   bool RemoveFile(int32_t Index);
   // Adds one file, or every file that a pattern with "*" or "?" matches; attrib 16 lets the name
   // match folders too (they are never added), attrib 2 lets a pattern match hidden names. The
-  // stored name is the path without drive, "." and ".." parts, behind a leading "\".
+  // stored name is the path without its drive, "." and ".." resolved in the text, behind a "\".
   bool AddFile(const std::string& filename, int32_t attrib = 0);
   void reset();
 

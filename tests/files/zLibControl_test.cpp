@@ -2,12 +2,16 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
 
 #include <filesystem>
 #include <fstream>
 #include <random>
 
 #include "base/RuntimeError.h"
+#include "files/FilePaths.h"
 
 namespace fs = std::filesystem;
 using kmd::zLibControl;
@@ -47,6 +51,68 @@ Bytes Noise(size_t n, unsigned seed) {
   // Half random, half repeating text, so blocks both shrink and not.
   for (size_t i = 0; i < n; ++i) b[i] = (i / 5000) % 2 ? char(rng()) : char('a' + i % 7);
   return b;
+}
+
+// One entry as a reader that follows the container format gets it, with zlib alone.
+struct FormatEntry {
+  Bytes name;  // as stored, code page 936
+  int32_t compressedSize = 0;
+  Bytes data;
+};
+
+// Reads a whole container by the format: the name's length field counts characters (a lead byte
+// 0x81 to 0xFE takes the next byte with it), every block inflates to its stated length, the CRCs
+// hold, every name begins with "\", and no byte is left over. Any breach fails the test.
+std::vector<FormatEntry> ReadByFormat(const Bytes& raw) {
+  std::vector<FormatEntry> entries;
+  size_t at = 0;
+  auto need = [&](size_t n) {
+    if (at + n > raw.size()) throw std::runtime_error("past the end at " + std::to_string(at));
+  };
+  auto next = [&] {
+    need(4);
+    at += 4;
+    return LongAt(raw, at - 4);
+  };
+  if (next() != 21 || (need(21), raw.compare(at, 21, "MorvelLab zLibControl") != 0)) throw std::runtime_error("banner");
+  at += 21;
+  const int32_t last = next();
+  for (int32_t i = 0; i <= last; ++i) {
+    FormatEntry e;
+    const int32_t chars = next();
+    for (int32_t k = 0; k < chars; ++k) {
+      need(1);
+      const auto b = static_cast<unsigned char>(raw[at]);
+      const size_t len = b >= 0x81 && b <= 0xFE ? 2 : 1;
+      need(len);
+      e.name += raw.substr(at, len);
+      at += len;
+    }
+    if (e.name.empty() || e.name[0] != '\\') throw std::runtime_error("name without a leading backslash");
+    const int32_t size = next();
+    const auto crc = static_cast<uint32_t>(next());
+    next();
+    e.compressedSize = next();
+    need(static_cast<size_t>(std::max(0, e.compressedSize)));
+    const size_t end = at + static_cast<size_t>(std::max(0, e.compressedSize));
+    while (at < end) {
+      const int32_t orig = next(), comp = next();
+      need(static_cast<size_t>(comp));
+      Bytes block(static_cast<size_t>(orig), '\0');
+      uLongf len = static_cast<uLongf>(orig);
+      if (uncompress(reinterpret_cast<Bytef*>(block.data()), &len, reinterpret_cast<const Bytef*>(raw.data() + at),
+                     static_cast<uLong>(comp)) != Z_OK || len != static_cast<uLongf>(orig))
+        throw std::runtime_error("a block that does not inflate");
+      e.data += block;
+      at += static_cast<size_t>(comp);
+    }
+    if (at != end || static_cast<int32_t>(e.data.size()) != size ||
+        crc32(0, reinterpret_cast<const Bytef*>(e.data.data()), static_cast<uInt>(e.data.size())) != crc)
+      throw std::runtime_error("entry " + std::to_string(i) + " does not add up");
+    entries.push_back(std::move(e));
+  }
+  if (at != raw.size()) throw std::runtime_error("bytes left over");
+  return entries;
 }
 
 // Each test runs with a private temporary folder, so leftovers of the control can be counted.
@@ -144,16 +210,6 @@ TEST_F(ZLibTest, RoundTripsAcrossBlockBoundaries) {
     EXPECT_EQ(TempCount(), 0u);
     fs::remove_all(out);
   }
-}
-
-TEST_F(ZLibTest, EmptyFileHasNoBlocksAndIsNotWritten) {
-  const fs::path file = Pack(root, {{"\\e.txt", ""}, {"\\x.txt", "x"}});
-  zLibControl z;
-  ASSERT_EQ(Unpack(z, file, out), 0);
-  EXPECT_EQ(z.FileCount(), 2);
-  EXPECT_EQ(z.Compressed_Size(0), 0);
-  EXPECT_FALSE(fs::exists(out / "e.txt"));
-  EXPECT_EQ(ReadAll(out / "x.txt"), "x");
 }
 
 TEST_F(ZLibTest, LevelsAllRoundTrip) {
@@ -366,11 +422,169 @@ TEST_F(ZLibTest, SourceDeletedAfterAddIsSkippedButStillCounted) {
   EXPECT_EQ(ReadAll(out / "a.txt"), "aaa");
 }
 
+TEST_F(ZLibTest, OddNamesMakeContainersThatAFormatReaderReads) {
+  // Input path (relative to root unless absolute) and the name stored for it, in code page 936.
+  const std::vector<std::pair<std::string, Bytes>> cases{
+      {"src/one.bin", "\\src\\one.bin"},
+      {"./src/../up.txt", "\\up.txt"},
+      {"caf\xe9.txt", "\\caf?.txt"},            // not UTF-8: one "?" for the byte
+      {"\xe9\xe9", "\\??"},                      // a lead byte whose sequence never comes
+      {"한국.txt", "\\??.txt"},                  // outside code page 936
+      {"😀x.txt", "\\??x.txt"},                  // beyond the BMP: two units, two "?"
+      {"€.txt", "\\\x80.txt"},
+      {"中文.txt", "\\" + FromHex("d6d0cec4") + ".txt"},
+      {(root / "abs.txt").string(), kmd::zpath::ToWindows((root / "abs.txt").string())}};
+  const fs::path cwd = fs::current_path();
+  fs::current_path(root);
+  zLibControl z;
+  for (size_t i = 0; i < cases.size(); ++i) {
+    WriteAll(root / cases[i].first, "content " + std::to_string(i));
+    EXPECT_TRUE(z.AddFile(cases[i].first)) << i;
+  }
+  const int16_t packed = z.Compress((root / "c.zlb").string(), false, 6);  // relative paths need the folder
+  fs::current_path(cwd);
+  ASSERT_EQ(packed, 0);
+
+  std::vector<FormatEntry> read;
+  try {
+    read = ReadByFormat(ReadAll(root / "c.zlb"));
+  } catch (const std::exception& e) {
+    FAIL() << e.what();
+  }
+  ASSERT_EQ(read.size(), cases.size());
+  for (size_t i = 0; i < cases.size(); ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(read[i].name, cases[i].second);
+    EXPECT_EQ(read[i].data, "content " + std::to_string(i));
+  }
+
+  zLibControl r;
+  ASSERT_EQ(Unpack(r, root / "c.zlb", out), 0);
+  EXPECT_EQ(r.filename(2), "\\caf?.txt");
+  EXPECT_EQ(ReadAll(out / "src" / "one.bin"), "content 0");
+  EXPECT_EQ(ReadAll(out / "caf?.txt"), "content 2");
+  EXPECT_EQ(ReadAll(out / "??.txt"), "content 4");
+  EXPECT_EQ(ReadAll(out / "€.txt"), "content 6");
+  EXPECT_EQ(ReadAll(out / "中文.txt"), "content 7");
+  EXPECT_EQ(ReadAll(out / fs::path(root).relative_path() / "abs.txt"), "content 8");
+}
+
+TEST_F(ZLibTest, RandomNamesAndContentsRoundTrip) {
+  const int rb = 4096;
+  const std::vector<std::string> pieces{"a", "Z", "7", "_", " ", "\xe9", "\xff", "é", "€", "中", "한", "😀", "."};
+  std::mt19937 rng(20261124);
+  for (int round = 0; round < 12; ++round) {
+    SCOPED_TRACE(round);
+    fs::remove_all(root / "src");
+    fs::remove_all(out);
+    zLibControl z;
+    z.SetReadBuf(rb);
+    std::vector<Bytes> contents;
+    for (int i = 0, n = 1 + int(rng() % 5); i < n; ++i) {
+      std::string name = "n";
+      for (int k = 0, len = int(rng() % 6); k < len; ++k) name += pieces[rng() % pieces.size()];
+      const size_t sizes[] = {0, 1 + rng() % 300, size_t(rb), size_t(rb) + 1, 3 * size_t(rb) + rng() % rb};
+      contents.push_back(Noise(sizes[rng() % 5], rng()));
+      const fs::path src = root / "src" / std::to_string(i) / name;
+      WriteAll(src, contents.back());
+      ASSERT_TRUE(z.AddFile(src.string()));
+    }
+    const fs::path file = root / "c.zlb";
+    ASSERT_EQ(z.Compress(file.string(), true, int(rng() % 10)), 0);
+    std::vector<FormatEntry> read;
+    ASSERT_NO_THROW(read = ReadByFormat(ReadAll(file)));
+    ASSERT_EQ(read.size(), contents.size());
+
+    zLibControl r;
+    ASSERT_EQ(z.FileCount(), int32_t(contents.size()));
+    ASSERT_EQ(Unpack(r, file, out), 0);
+    for (size_t i = 0; i < contents.size(); ++i) {
+      EXPECT_EQ(read[i].data, contents[i]);
+      EXPECT_EQ(r.filename(int32_t(i)), z.StoredName(int32_t(i)));
+      const fs::path target = out / kmd::zpath::ToNative(r.filename(int32_t(i)).substr(1));
+      // An empty file has no blocks and is not written.
+      EXPECT_EQ(read[i].compressedSize == 0, contents[i].empty());
+      EXPECT_EQ(fs::exists(target), !contents[i].empty());
+      if (!contents[i].empty()) {
+        EXPECT_EQ(ReadAll(target), contents[i]);
+      }
+    }
+    EXPECT_EQ(TempCount(), 0u);
+  }
+}
+
+TEST_F(ZLibTest, UnpackingNeverWritesThroughALink) {
+  const fs::path file = Pack(root, {{"\\lnk\\x.txt", "1"}, {"\\t.txt", "2"}, {"\\d\\u.txt", "3"}, {"\\ok.txt", "4"}});
+  fs::create_directories(out);
+  fs::create_directories(root / "elsewhere");
+  fs::create_directory_symlink(root / "elsewhere", out / "lnk");
+  WriteAll(root / "victim", "keep");
+  fs::create_symlink(root / "victim", out / "t.txt");
+  fs::create_symlink(root / "missing", out / "d");  // a dangling link where a folder belongs
+  zLibControl z;
+  std::vector<std::string> skipped;
+  z.Skipped = [&](int32_t i, const std::string& why) { skipped.push_back(z.filename(i) + " (" + why + ")"); };
+  ASSERT_EQ(Unpack(z, file, out), 0);  // with Overwrite
+  EXPECT_TRUE(fs::is_empty(root / "elsewhere"));
+  EXPECT_EQ(ReadAll(root / "victim"), "keep");
+  EXPECT_FALSE(fs::exists(root / "missing"));
+  EXPECT_TRUE(fs::is_symlink(out / "t.txt"));
+  EXPECT_EQ(ReadAll(out / "ok.txt"), "4");
+  EXPECT_EQ(skipped, (std::vector<std::string>{"\\lnk\\x.txt (link in the way)", "\\t.txt (link in the way)",
+                                               "\\d\\u.txt (link in the way)"}));
+}
+
+TEST_F(ZLibTest, UnpackedFilesGetTheUmasksMode) {
+  const fs::path file = Pack(root, {{"\\a.txt", "a"}});
+  // The temporary folder on this file system (the file is moved) and, where there is one, on
+  // another (the file is copied).
+  std::vector<fs::path> temps{tmp};
+  std::error_code ec;
+  if (fs::is_directory("/dev/shm", ec)) {
+    std::string tmpl = "/dev/shm/zlibtestXXXXXX";
+    temps.push_back(mkdtemp(tmpl.data()));
+  }
+  for (const fs::path& t : temps) {
+    setenv("TMPDIR", t.c_str(), 1);
+    for (mode_t mask : {022, 077, 0}) {
+      SCOPED_TRACE(t.string() + " " + std::to_string(mask));
+      fs::remove_all(out);
+      const mode_t old = umask(mask);
+      zLibControl z;
+      const int16_t status = Unpack(z, file, out);
+      umask(old);
+      ASSERT_EQ(status, 0);
+      struct stat st {};
+      ASSERT_EQ(stat((out / "a.txt").c_str(), &st), 0);
+      EXPECT_EQ(st.st_mode & 0777, 0666 & ~mask);
+      EXPECT_EQ(ReadAll(out / "a.txt"), "a");
+      EXPECT_TRUE(fs::is_empty(t));
+    }
+  }
+  if (temps.size() > 1) fs::remove_all(temps[1]);
+}
+
+TEST_F(ZLibTest, ATemporaryNameIsForgottenOnceRemoved) {
+  WriteAll(root / "a.txt", "a");
+  zLibControl z;
+  ASSERT_TRUE(z.AddFile((root / "a.txt").string()));
+  const std::string temp = z.Files()[0].TempFile;
+  ASSERT_EQ(z.Compress((root / "c.zlb").string(), false, 6), 0);
+  EXPECT_FALSE(fs::exists(temp));
+  // Another program takes the name; the control leaves its file alone from now on.
+  WriteAll(temp, "not ours");
+  ASSERT_EQ(z.Compress((root / "c.zlb").string(), true, 6), 0);
+  z.reset();
+  EXPECT_EQ(ReadAll(temp), "not ours");
+  fs::remove(temp);
+}
+
 TEST_F(ZLibTest, AddFileListsPatternsAndManagesTheList) {
   WriteAll(root / "d" / "b.TXT", "bb");
   WriteAll(root / "d" / "a.txt", "a");
   WriteAll(root / "d" / "c.dat", "c");
   WriteAll(root / "d" / "noext", "n");
+  WriteAll(root / "d" / ".hidden.txt", "h");
   fs::create_directories(root / "d" / "sub.txt");
   const std::string d = (root / "d").string() + "/";
 
@@ -385,7 +599,11 @@ TEST_F(ZLibTest, AddFileListsPatternsAndManagesTheList) {
   EXPECT_EQ(z.Path(0), d + "a.txt");
   EXPECT_EQ(z.Path(1), d + "b.TXT");
   ASSERT_TRUE(z.AddFile(d + "*.*"));
-  EXPECT_EQ(z.FileCount(), 6);  // "*.*" takes names without a dot too
+  EXPECT_EQ(z.FileCount(), 6);  // "*.*" takes names without a dot too, hidden names not
+  EXPECT_FALSE(z.AddFile(d + ".h*"));
+  ASSERT_TRUE(z.AddFile(d + ".h*", 2));
+  EXPECT_EQ(z.Path(6), d + ".hidden.txt");
+  ASSERT_TRUE(z.RemoveFile(6));
 
   // A Windows form path reaches the same file and keeps the Windows form.
   const std::string win = "C:" + kmd::zpath::ToWindows(d) + "c.dat";

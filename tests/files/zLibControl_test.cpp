@@ -180,86 +180,6 @@ TEST_F(ZLibTest, WritesTheKnownContainerForOneSmallFile) {
   EXPECT_EQ(ReadAll(root / "c10.zlb"), ReadAll(root / "c.zlb"));
 }
 
-TEST_F(ZLibTest, RoundTripsAcrossBlockBoundaries) {
-  const int rb = 4096;
-  struct Case {
-    size_t size;
-    int blocks;
-  };
-  for (const Case c : {Case{1, 1}, Case{rb, 1}, Case{rb + 1, 2}, Case{3 * 1024 * 1024 + 17, 3 * 256 + 1}}) {
-    SCOPED_TRACE(c.size);
-    const Bytes data = Noise(c.size, static_cast<unsigned>(c.size));
-    const fs::path file = Pack(root, {{"\\d\\f.bin", data}}, 6, rb);
-    const Bytes raw = ReadAll(file);
-    // Walk the block stream of the single entry: header, ASCII name, four numbers.
-    size_t at = 29 + 4 + static_cast<size_t>(LongAt(raw, 29)) + 16;
-    int blocks = 0;
-    while (at + 8 <= raw.size()) {
-      EXPECT_LE(LongAt(raw, at), rb);
-      at += 8 + static_cast<size_t>(LongAt(raw, at + 4));
-      ++blocks;
-    }
-    EXPECT_EQ(at, raw.size());
-    EXPECT_EQ(blocks, c.blocks);
-
-    zLibControl z;
-    z.SetReadBuf(7);  // the reader's block size plays no part
-    ASSERT_EQ(Unpack(z, file, out), 0);
-    EXPECT_EQ(ReadAll(out / "d" / "f.bin"), data);
-    EXPECT_EQ(z.FileSize(0), static_cast<int32_t>(c.size));
-    EXPECT_EQ(TempCount(), 0u);
-    fs::remove_all(out);
-  }
-}
-
-TEST_F(ZLibTest, LevelsAllRoundTrip) {
-  const Bytes data = Noise(200000, 3);
-  for (int level : {1, 6, 9, 10}) {
-    SCOPED_TRACE(level);
-    zLibControl z;
-    ASSERT_EQ(Unpack(z, Pack(root, {{"\\l.bin", data}}, level), out), 0);
-    EXPECT_EQ(ReadAll(out / "l.bin"), data);
-  }
-}
-
-TEST_F(ZLibTest, SeveralEntriesWithChineseNameAndPathChoice) {
-  const Bytes a = "first", b = Noise(70000, 9);
-  const fs::path file = Pack(root, {{"\\docs\\中文名.txt", a}, {"D:\\x\\y\\b.bin", b}});
-  const Bytes raw = ReadAll(file);
-  // "\docs\中文名.txt" is 13 characters but 16 bytes in code page 936.
-  EXPECT_EQ(LongAt(raw, 29), 13);
-  EXPECT_EQ(raw.substr(33 + 6, 6), FromHex("d6d0cec4c3fb"));
-
-  zLibControl z;
-  ASSERT_EQ(Unpack(z, file, out), 0);
-  EXPECT_EQ(z.filename(0), "\\docs\\中文名.txt");
-  EXPECT_EQ(z.filename(1), "\\x\\y\\b.bin");
-  EXPECT_EQ(ReadAll(out / "docs" / "中文名.txt"), a);
-  EXPECT_EQ(ReadAll(out / "x" / "y" / "b.bin"), b);
-
-  // Without paths every entry lands in the output folder itself.
-  const fs::path flat = root / "flat";
-  ASSERT_EQ(Unpack(z, file, flat.string() + "/", false), 0);
-  EXPECT_EQ(ReadAll(flat / "中文名.txt"), a);
-  EXPECT_EQ(ReadAll(flat / "b.bin"), b);
-
-  // Information only: the list is filled, nothing is written.
-  const fs::path info = root / "info";
-  ASSERT_EQ(z.Decompress(file.string(), info.string(), true, true, false, false, true, true), 0);
-  EXPECT_EQ(z.FileSize(1), 70000);
-  EXPECT_FALSE(fs::exists(info));
-}
-
-TEST_F(ZLibTest, ExistingTargetsFollowOverwrite) {
-  const fs::path file = Pack(root, {{"\\a.txt", "new"}});
-  WriteAll(out / "a.txt", "old");
-  zLibControl z;
-  ASSERT_EQ(z.Decompress(file.string(), out.string(), false, false, false, false, true, false), 0);
-  EXPECT_EQ(ReadAll(out / "a.txt"), "old");
-  ASSERT_EQ(z.Decompress(file.string(), out.string(), false, false, false, false, true, true), 0);
-  EXPECT_EQ(ReadAll(out / "a.txt"), "new");
-}
-
 TEST_F(ZLibTest, CompressStatuses) {
   zLibControl z;
   EXPECT_EQ(z.Compress((root / "c.zlb").string(), true, 6), -7);
@@ -385,28 +305,6 @@ TEST_F(ZLibTest, EveryTruncationFailsCleanly) {
   }
 }
 
-TEST_F(ZLibTest, StoredNamesCannotLeaveTheOutputFolder) {
-  const fs::path file = Pack(root, {{"\\..\\..\\evil1", "1"},
-                                    {"\\a\\..\\..\\evil2", "2"},
-                                    {"..", "3"},
-                                    {"\\sub/../../evil4", "4"},
-                                    {"\\dir\\", "5"},
-                                    {"plain", "6"}});
-  const auto before = std::distance(fs::directory_iterator(root), {});
-  zLibControl z;
-  ASSERT_EQ(Unpack(z, file, out), 0);
-  EXPECT_EQ(std::distance(fs::directory_iterator(root), {}), before + 1);  // only "out"
-  EXPECT_EQ(ReadAll(out / "plain"), "6");
-  EXPECT_FALSE(fs::exists(root.parent_path() / "evil1"));
-
-  // Without paths only the last part counts, which keeps the file inside.
-  fs::remove_all(out);
-  ASSERT_EQ(Unpack(z, file, out, false), 0);
-  EXPECT_EQ(ReadAll(out / "evil1"), "1");
-  EXPECT_EQ(ReadAll(out / "evil2"), "2");
-  EXPECT_EQ(std::distance(fs::directory_iterator(root), {}), before + 1);
-}
-
 TEST_F(ZLibTest, SourceDeletedAfterAddIsSkippedButStillCounted) {
   WriteAll(root / "a.txt", "aaa");
   WriteAll(root / "b.txt", "bbb");
@@ -467,54 +365,24 @@ TEST_F(ZLibTest, OddNamesMakeContainersThatAFormatReaderReads) {
   EXPECT_EQ(ReadAll(out / "€.txt"), "content 6");
   EXPECT_EQ(ReadAll(out / "中文.txt"), "content 7");
   EXPECT_EQ(ReadAll(out / fs::path(root).relative_path() / "abs.txt"), "content 8");
+
+  // Without paths every entry lands in the output folder itself; information only writes nothing.
+  ASSERT_EQ(Unpack(r, root / "c.zlb", root / "flat", false), 0);
+  EXPECT_EQ(ReadAll(root / "flat" / "one.bin"), "content 0");
+  EXPECT_EQ(ReadAll(root / "flat" / "abs.txt"), "content 8");
+  ASSERT_EQ(r.Decompress((root / "c.zlb").string(), (root / "info").string(), true, true, false, false, true, true), 0);
+  EXPECT_EQ(r.FileCount(), int32_t(cases.size()));
+  EXPECT_FALSE(fs::exists(root / "info"));
 }
 
-TEST_F(ZLibTest, RandomNamesAndContentsRoundTrip) {
-  const int rb = 4096;
-  const std::vector<std::string> pieces{"a", "Z", "7", "_", " ", "\xe9", "\xff", "é", "€", "中", "한", "😀", "."};
-  std::mt19937 rng(20261124);
-  for (int round = 0; round < 12; ++round) {
-    SCOPED_TRACE(round);
-    fs::remove_all(root / "src");
-    fs::remove_all(out);
-    zLibControl z;
-    z.SetReadBuf(rb);
-    std::vector<Bytes> contents;
-    for (int i = 0, n = 1 + int(rng() % 5); i < n; ++i) {
-      std::string name = "n";
-      for (int k = 0, len = int(rng() % 6); k < len; ++k) name += pieces[rng() % pieces.size()];
-      const size_t sizes[] = {0, 1 + rng() % 300, size_t(rb), size_t(rb) + 1, 3 * size_t(rb) + rng() % rb};
-      contents.push_back(Noise(sizes[rng() % 5], rng()));
-      const fs::path src = root / "src" / std::to_string(i) / name;
-      WriteAll(src, contents.back());
-      ASSERT_TRUE(z.AddFile(src.string()));
-    }
-    const fs::path file = root / "c.zlb";
-    ASSERT_EQ(z.Compress(file.string(), true, int(rng() % 10)), 0);
-    std::vector<FormatEntry> read;
-    ASSERT_NO_THROW(read = ReadByFormat(ReadAll(file)));
-    ASSERT_EQ(read.size(), contents.size());
-
-    zLibControl r;
-    ASSERT_EQ(z.FileCount(), int32_t(contents.size()));
-    ASSERT_EQ(Unpack(r, file, out), 0);
-    for (size_t i = 0; i < contents.size(); ++i) {
-      EXPECT_EQ(read[i].data, contents[i]);
-      EXPECT_EQ(r.filename(int32_t(i)), z.StoredName(int32_t(i)));
-      const fs::path target = out / kmd::zpath::ToNative(r.filename(int32_t(i)).substr(1));
-      // An empty file has no blocks and is not written.
-      EXPECT_EQ(read[i].compressedSize == 0, contents[i].empty());
-      EXPECT_EQ(fs::exists(target), !contents[i].empty());
-      if (!contents[i].empty()) {
-        EXPECT_EQ(ReadAll(target), contents[i]);
-      }
-    }
-    EXPECT_EQ(TempCount(), 0u);
-  }
-}
-
-TEST_F(ZLibTest, UnpackingNeverWritesThroughALink) {
-  const fs::path file = Pack(root, {{"\\lnk\\x.txt", "1"}, {"\\t.txt", "2"}, {"\\d\\u.txt", "3"}, {"\\ok.txt", "4"}});
+TEST_F(ZLibTest, UnpackingStaysInsideTheOutputFolder) {
+  const fs::path file = Pack(root, {{"\\lnk\\x.txt", "1"},
+                                    {"\\t.txt", "2"},
+                                    {"\\d\\u.txt", "3"},
+                                    {"\\ok.txt", "4"},
+                                    {"\\a\\..\\..\\evil", "5"},
+                                    {"\\sub/../../evil", "6"},
+                                    {"\\dir\\", "7"}});
   fs::create_directories(out);
   fs::create_directories(root / "elsewhere");
   fs::create_directory_symlink(root / "elsewhere", out / "lnk");
@@ -530,8 +398,16 @@ TEST_F(ZLibTest, UnpackingNeverWritesThroughALink) {
   EXPECT_FALSE(fs::exists(root / "missing"));
   EXPECT_TRUE(fs::is_symlink(out / "t.txt"));
   EXPECT_EQ(ReadAll(out / "ok.txt"), "4");
-  EXPECT_EQ(skipped, (std::vector<std::string>{"\\lnk\\x.txt (link in the way)", "\\t.txt (link in the way)",
-                                               "\\d\\u.txt (link in the way)"}));
+  EXPECT_FALSE(fs::exists(root / "evil"));
+  EXPECT_EQ(skipped, (std::vector<std::string>{
+                         "\\lnk\\x.txt (link in the way)", "\\t.txt (link in the way)", "\\d\\u.txt (link in the way)",
+                         "\\a\\..\\..\\evil (name leaves the folder)", "\\sub\\..\\..\\evil (name leaves the folder)",
+                         "\\dir\\ (no file name)"}));
+
+  // Without paths only the last part counts, which keeps the file inside.
+  fs::remove_all(out);
+  ASSERT_EQ(Unpack(z, file, out, false), 0);
+  EXPECT_EQ(ReadAll(out / "evil"), "6");
 }
 
 TEST_F(ZLibTest, UnpackedFilesGetTheUmasksMode) {
@@ -614,15 +490,9 @@ TEST_F(ZLibTest, AddFileListsPatternsAndManagesTheList) {
   EXPECT_EQ(z.Max(), 1);  // the size of the last file added, raised to the minimum
 
   EXPECT_FALSE(z.RemoveFile(7));
-  EXPECT_FALSE(z.RemoveFile(-1));
   ASSERT_TRUE(z.RemoveFile(0));
-  EXPECT_EQ(z.FileCount(), 6);
   EXPECT_EQ(z.Path(0), d + "b.TXT");
-  EXPECT_EQ(z.Path(7), "");
-  EXPECT_EQ(z.FileSize(7), -1);
-  EXPECT_EQ(z.Compressed_Size(-1), -1);
-  EXPECT_EQ(z.Original_Crc32(6), "");
-  z.SetFilename(9, "x");  // ignored
+  EXPECT_EQ(z.FileSize(6), -1);
   z.SetFilename(0, "y.txt");
   EXPECT_EQ(z.filename(0), "\\y.txt");
   z.SetFilename(0, "D:\\x\\y.txt");

@@ -26,7 +26,10 @@ std::string MakeTemporary(const std::string& path) {
   fs::path target(path);
   fs::path folder = target.parent_path().empty() ? fs::path(".") : target.parent_path();
   std::error_code ec;
-  if (!fs::is_directory(folder, ec)) Fail(path, ec ? ec.message() : "there is no folder " + folder.string());
+  if (!fs::is_directory(folder, ec)) {
+    bool missing = !ec || ec == std::errc::no_such_file_or_directory || ec == std::errc::not_a_directory;
+    Fail(path, missing ? "there is no folder " + folder.string() : ec.message());
+  }
   if (target.filename().empty()) Fail(path, "that is a folder");
   std::string tmp = path + ".init-" + std::to_string(::getpid());
   fs::remove(tmp, ec);

@@ -65,26 +65,19 @@ bool FlatDictionary::RefuseEmpty(view::TextField& field, const std::string& text
 }
 
 bool FlatDictionary::Taken(const std::string& sql, bool byRow) {
-  auto db = Database();
   if (byRow) {
-    auto rs = db->CreateCommand(sql, 1)->OpenRecordset();
+    auto rs = ReadRows(sql);
     bool found = !rs->Eof();
     rs->Close();
     return found;
   }
-  return db->CreateCommand(sql, 1)->ExecuteScalar().ToDouble() > 0;
+  return ReadValue(sql).ToDouble() > 0;
 }
 
 void FlatDictionary::RefuseDuplicate(const std::string& text, view::TextField* focus, int style,
                                      const std::string& title) {
   MsgBox(text, style, title);
   if (focus) m_FormHelper->SetFocusTo(*focus);
-}
-
-db::RecordsetPtr FlatDictionary::Query(const std::string& sql) {
-  auto db = Database();
-  auto rs = db->CreateCommand(sql, 1)->OpenRecordset();
-  return rs;
 }
 
 bool FlatDictionary::Refresh() {
@@ -191,7 +184,7 @@ bool FlatDictionary::IsCanSave() {
 std::vector<FlatDictionary::SaveCheck> FlatDictionary::SaveChecks(bool, const std::string&) { return {}; }
 
 bool FlatDictionary::IsSystemRecord(int32_t id) {
-  auto rs = Query(SystemRowSql(id));
+  auto rs = ReadRows(SystemRowSql(id));
   bool system = Num(*rs, "是否系统") == 1;
   rs->Close();
   return system;

@@ -135,9 +135,6 @@ class FlatDictionary : public Form {
   view::TextField& NameField() const;
   std::string NodeText(const std::string& code, const std::string& name) const;
 
-  // Runs a query; reports a failed statement with `prefix` and gives null.
-  db::RecordsetPtr Query(const std::string& sql);
-
   void InitProperties();
 
  private:

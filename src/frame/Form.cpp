@@ -86,6 +86,26 @@ std::shared_ptr<db::IDatabase> Form::Database() const {
   return db;
 }
 
+db::RecordsetPtr Form::ReadRows(const std::string& sql) {
+  auto db = Database();
+  auto rs = db->CreateCommand(sql, 1)->OpenRecordset();
+  if (std::string err = db->LastError().Description(); !err.empty()) {
+    RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, Title());
+    throw ReadFailed{};
+  }
+  return rs;
+}
+
+Value Form::ReadValue(const std::string& sql) {
+  auto db = Database();
+  Value v = db->CreateCommand(sql, 1)->ExecuteScalar();
+  if (std::string err = db->LastError().Description(); !err.empty()) {
+    RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, Title());
+    throw ReadFailed{};
+  }
+  return v;
+}
+
 view::TreeView* Form::CreateTree(const std::string& name) {
   auto* tv = m_Controls.Add<view::TreeView>(name);
   m_Tv = std::make_unique<cTreeView>(m_Platform);

@@ -12,6 +12,10 @@
 
 namespace kmd {
 
+// A form's read failed and was reported; the command ends. It is no std::exception, so that the
+// routines' own handlers let it pass to the guard, which answers the command's failure value.
+struct ReadFailed {};
+
 // What every form shares: the common state of the contract, its controls, its tree wrapper and
 // service objects, the events to the host, and the routines every form has (SetEnabled,
 // ClearFields). Operations that a form does not implement answer False, 0 or "".
@@ -102,6 +106,10 @@ class Form : public IFormUI, public IDesignUI {
     int32_t level = kSelection;  // level of a report
   };
   void Refuse(const Refusal& r);
+  // A read whose failed statement is reported at level 8 ("数据库操作错误，原因：" and the
+  // database's text) and ends the command (ReadFailed): a read that failed never counts as "no row".
+  db::RecordsetPtr ReadRows(const std::string& sql);
+  Value ReadValue(const std::string& sql);
   // The database of the context, fetched at each use. Throws RuntimeError before Init.
   std::shared_ptr<db::IDatabase> Database() const;
   IFormContext& Context() const;

@@ -72,6 +72,8 @@ R FormGuard::Guard(R fallback, F&& f) {
   bool outer = BeginCommand();
   try {
     result = f();
+  } catch (const ReadFailed&) {
+    // Reported by the form where the read failed.
   } catch (const view::InputRefused& e) {
     try {
       m_Form->GetPlatform().MsgBox(e.what(), view::vbExclamation, "提示：");

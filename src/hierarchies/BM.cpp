@@ -126,8 +126,7 @@ void BM::AddRoots() {
                     Value(kind));
 }
 
-// A first-level unit goes under the root of its kind; like any record whose parent is missing, one
-// of no known kind is left out.
+// A first-level unit goes under the root of its kind; one of no known kind is reported.
 void BM::LoadRecord(db::Recordset& rs) {
   std::string code = text::Trim(Str(rs, m_CodeColumn));
   if (text::Len(code) != static_cast<size_t>(m_CodeRule->LevelLength(1, m_Rule))) {
@@ -136,7 +135,12 @@ void BM::LoadRecord(db::Recordset& rs) {
   }
   auto* tree = Tree();
   auto root = tree->FindKey("R" + Str(rs, "组织类型"));
-  if (!root) return;
+  if (!root) {
+    // Under a filter the load reads one kind only, so this is a unit of a kind that has no root.
+    RaiseErrMessage("组织类型不明(" + Str(rs, "组织类型") + ")，未能显示单位：" + code + "  " + Str(rs, m_NameColumn),
+                    kFailure, m_Title);
+    return;
+  }
   tree->Add(root, view::tvwChild, "k" + code, code + "  " + Str(rs, m_NameColumn), Value("stb"), Value("szk"));
   tree->Item("k" + code)->Tag = rs.Fields(m_IdColumn);
 }
@@ -188,13 +192,10 @@ void BM::ShowRecord(db::Recordset& rs) {
   for (int i = 0; i <= 8; ++i) Chk(i).SetValue(Num(rs, kFlagColumns[i]) != 0 ? 1 : 0);
   Value attribute = rs.Fields("属性");
   qnTxt->SetValue(attribute);
-  auto db = Database();
-  qnTxt->SetText(db->CreateCommand("SELECT Caption From xt_billattribute  Where attribute ='仓库属性' AND progID=" +
-                                       std::to_string(m_ProgramId) + " AND Text='" + text::Lit(attribute.ToText()) + "'",
-                                   1)
-                     ->ExecuteScalar()
+  qnTxt->SetText(ReadValue("SELECT Caption From xt_billattribute  Where attribute ='仓库属性' AND progID=" +
+                           std::to_string(m_ProgramId) + " AND Text='" + text::Lit(attribute.ToText()) + "'")
                      .ToText());
-  db->ResetState();
+  Database()->ResetState();
   m_WarehouseFrame->SetVisible(Chk(3).GetValue() == 1);
 }
 
@@ -278,14 +279,11 @@ bool BM::IsCulterUse(int32_t id, bool& used) {
       " SELECT DISTINCT 部门ID FROM JXCDJ WHERE 部门ID=" + n + " OR 原仓库ID=" + n + " OR 仓库ID=" + n,
   };
   used = false;
-  auto db = Database();
   for (const auto& sql : scans) {
     // A row counts, even one whose value is Null.
-    auto rs = db->CreateCommand(sql, 1)->OpenRecordset();
-    bool failed = !db->LastError().Description().empty();
+    auto rs = ReadRows(sql);
     bool found = !rs->Eof();
     rs->Close();
-    if (failed) return false;
     if (found) {
       used = true;
       return true;
@@ -294,7 +292,7 @@ bool BM::IsCulterUse(int32_t id, bool& used) {
   return true;
 }
 
-// A scan that could not be made counts as a use.
+// A scan that could not be made has been reported and ends the command.
 bool BM::InUse(int32_t id) {
   bool used = false;
   return !IsCulterUse(id, used) || used;

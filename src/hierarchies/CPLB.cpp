@@ -89,9 +89,8 @@ std::string CPLB::LoadSql() const {
 std::string CPLB::UpdateScreenSql(int32_t id) const { return "SELECT * FROM KMDCPLB WHERE 类别ID=" + std::to_string(id); }
 
 std::string CPLB::SubjectName(const std::string& sql) {
-  auto db = Database();
-  std::string name = db->CreateCommand(sql, 1)->ExecuteScalar().ToText();
-  db->ResetState();
+  std::string name = ReadValue(sql).ToText();
+  Database()->ResetState();
   return name;
 }
 
@@ -173,16 +172,12 @@ std::string CPLB::DeleteCheckSql(int32_t id) const { return "select * from KMDCP
 // A category with products may go only when it is its parent's only child: the parent then
 // becomes a leaf and takes the products.
 bool CPLB::IsCanDeleteInUse(int32_t id, const std::string& code) {
-  auto db = Database();
-  Value used = db->CreateCommand(" SELECT Top 1 产品类别ID FROM KMDCPML WHERE 产品类别ID=" + std::to_string(id), 1)
-                   ->ExecuteScalar();
+  Value used = ReadValue(" SELECT Top 1 产品类别ID FROM KMDCPML WHERE 产品类别ID=" + std::to_string(id));
   if (!(text::Val(used.ToText()) > 0)) return true;
   std::string parent = m_CodeRule->ParentCode(code, m_Rule);
   // The parent and its other descendants: 1 says the parent exists and this is its only child.
-  Value others = db->CreateCommand("select count(类别ID) from kmdcplb where 类别编码 like '" + text::Lit(parent) +
-                                       "%' and 类别编码<>'" + text::Lit(code) + "'",
-                                   1)
-                     ->ExecuteScalar();
+  Value others = ReadValue("select count(类别ID) from kmdcplb where 类别编码 like '" + text::Lit(parent) +
+                           "%' and 类别编码<>'" + text::Lit(code) + "'");
   if (text::Val(others.ToText()) == 1)
     return MsgBox("该产品类别已启用,删除后将该产品类别下的产品将放到上级产品类别下,是否继续?",
                   view::vbYesNo | view::vbExclamation, kInUseTitle) == view::vbYes;

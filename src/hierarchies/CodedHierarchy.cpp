@@ -42,7 +42,7 @@ std::string CodedHierarchy::Name() const { return text::Trim(m_NameBox->Text());
 int32_t CodedHierarchy::EditingId() const { return Value(text::Val(m_IdLabel->Caption())).ToLong(); }
 
 bool CodedHierarchy::HasRow(const std::string& sql) {
-  auto rs = Database()->CreateCommand(sql, 1)->OpenRecordset();
+  auto rs = ReadRows(sql);
   bool found = !rs->Eof();
   rs->Close();
   return found;
@@ -263,9 +263,8 @@ bool CodedHierarchy::IsCanSave() {
     if (!IsCanSaveMember()) return false;
     int32_t id = EditingId();
     bool isNew = id <= 0;
-    auto db = Database();
     for (const auto& check : SaveChecks(isNew, std::to_string(id), code, Name())) {
-      auto rs = db->CreateCommand(check.sql, 1)->OpenRecordset();
+      auto rs = ReadRows(check.sql);
       if (rs->Eof()) {
         rs->Close();
         continue;
@@ -279,7 +278,7 @@ bool CodedHierarchy::IsCanSave() {
     }
     if (isNew) return true;
     // A record with children keeps its code; only its name and other columns may change.
-    auto rs = db->CreateCommand(DetailCheckSql(std::to_string(id)), 1)->OpenRecordset();
+    auto rs = ReadRows(DetailCheckSql(std::to_string(id)));
     bool refused = !rs->Eof() && Num(*rs, "是否明细") == 0 &&
                    Str(*rs, m_CodeColumn) != m_ParentLabel->Caption() + m_SegmentBox->Text();
     rs->Close();
@@ -351,7 +350,7 @@ bool CodedHierarchy::FileSave() {
 // ---- Delete ----
 
 bool CodedHierarchy::IsCanDelete(int32_t id, const std::string& code) {
-  auto rs = Database()->CreateCommand(DeleteCheckSql(id), 1)->OpenRecordset();
+  auto rs = ReadRows(DeleteCheckSql(id));
   if (rs->Eof()) {
     rs->Close();
     return true;
@@ -428,7 +427,7 @@ bool CodedHierarchy::Delete(const NodePtr& node) {
     RaiseErrMessage(m_DeleteJournal + std::to_string(id), kJournal, m_Title);
     // A parent left without children becomes a leaf again.
     std::string parent = m_ParentLabel->Caption();
-    if (db->CreateCommand(ChildCountSql(parent), 1)->ExecuteScalar().ToDouble() == 0) {
+    if (ReadValue(ChildCountSql(parent)).ToDouble() == 0) {
       for (const auto& sql : ParentLeafSql(parent, id)) {
         db->CreateCommand(sql, 1)->Execute();
         err = db->LastError().Description();

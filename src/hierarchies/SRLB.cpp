@@ -87,8 +87,7 @@ std::string SRLB::DeleteCheckSql(int32_t id) const {
 }
 
 bool SRLB::IsCanDeleteInUse(int32_t id, const std::string&) {
-  auto used = Database()->CreateCommand(" SELECT Top 1 类别ID FROM KMDsr WHERE 类别ID=" + std::to_string(id), 1)
-                  ->ExecuteScalar();
+  auto used = ReadValue(" SELECT Top 1 类别ID FROM KMDsr WHERE 类别ID=" + std::to_string(id));
   if (text::Val(used.ToText()) <= 0) return true;
   MsgBox("不能删除已经启用的工艺类别,该类别下有物品编码存在!", view::vbExclamation, "操作提示");
   return false;

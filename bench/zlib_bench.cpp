@@ -148,7 +148,8 @@ BENCHMARK(BM_UnpackZlib)->Arg(1)->Arg(6)->Arg(9)->Unit(benchmark::kMillisecond)-
 BENCHMARK(BM_UnpackLibdeflate)->Arg(1)->Arg(6)->Arg(9)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_UnpackControl)->Arg(1)->Arg(6)->Arg(9)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// The console report, and each run's throughput kept for the ratios.
+// The console report, and each benchmark's throughput kept for the ratios: the median of its
+// repetitions when there are several, else its one run.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
   std::map<std::string, double> rates;  // name -> bytes per second
@@ -156,7 +157,8 @@ class RatioReporter : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
     for (const auto& r : runs) {
       auto it = r.counters.find("bytes_per_second");
-      if (it != r.counters.end()) rates[r.benchmark_name()] = it->second;
+      const bool median = r.run_type == Run::RT_Aggregate && r.aggregate_name == "median";
+      if (it != r.counters.end() && (median || r.run_type == Run::RT_Iteration)) rates[r.run_name.str()] = it->second;
     }
   }
 };
@@ -164,7 +166,14 @@ class RatioReporter : public benchmark::ConsoleReporter {
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
+  // Without arguments: five repetitions in random order, so that the load of a shared machine
+  // falls alike on the control and on zlib, compared by their medians.
+  std::vector<char*> args(argv, argv + argc);
+  char repetitions[] = "--benchmark_repetitions=5", interleave[] = "--benchmark_enable_random_interleaving=true",
+       aggregates[] = "--benchmark_report_aggregates_only=true";
+  if (argc == 1) args.insert(args.end(), {repetitions, interleave, aggregates});
+  int count = static_cast<int>(args.size());
+  benchmark::Initialize(&count, args.data());
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   std::printf("\n%-8s %-6s %-10s %12s %12s %8s\n", "work", "level", "by", "MB/s", "zlib MB/s", "ratio");

@@ -377,11 +377,17 @@ class RequestStream final : public httplib::Stream {
     return true;
   }
 
+  // Whether a read found the deadline passed: the connection is to end.
+  bool TimedOut() const { return m_TimedOut; }
+
   bool is_readable() const override { return m_Offset < m_Size || Wait(POLLIN, Left()); }
   bool is_writable() const override { return Wait(POLLOUT, m_WriteWait); }
   ssize_t read(char* ptr, size_t size) override {
     if (m_Offset == m_Size) {
-      if (Left().count() <= 0 || !Wait(POLLIN, Left())) return -1;
+      if (Left().count() <= 0 || !Wait(POLLIN, Left())) {
+        m_TimedOut = true;
+        return -1;
+      }
       ssize_t n = ::recv(m_Sock, m_Buffer, sizeof m_Buffer, 0);
       if (n <= 0) return n;
       m_Offset = 0;
@@ -430,12 +436,18 @@ class RequestStream final : public httplib::Stream {
   Clock::time_point m_Deadline = Clock::now();
   char m_Buffer[4096];
   size_t m_Offset = 0, m_Size = 0;
+  bool m_TimedOut = false;
 };
 
 // cpp-httplib's server with requests read through RequestStream.
 class HttpServer final : public httplib::Server {
  public:
   explicit HttpServer(milliseconds requestTime) : m_RequestTime(requestTime) {}
+  // cpp-httplib listens with a queue of 5 connections; a burst of clients gets a longer one.
+  int Listening(int port) {
+    if (port >= 0) ::listen(svr_sock_, SOMAXCONN);
+    return port;
+  }
 
  private:
   bool process_and_close_socket(socket_t sock) override {
@@ -449,7 +461,7 @@ class HttpServer final : public httplib::Server {
       stream.SetDeadline(Clock::now() + m_RequestTime);
       bool closed = false;
       ok = process_request(stream, left == 1, closed, nullptr);
-      if (!ok || closed || t_EndConnection) break;
+      if (!ok || closed || t_EndConnection || stream.TimedOut()) break;
     }
     if (t_EndConnection) {
       // The rest of a refused request is read and dropped for a moment, so that its client reads
@@ -479,8 +491,16 @@ bool IsOwnHost(std::string host, const std::string& local, int port) {
   return false;
 }
 
-// Why the API refuses a request that comes from elsewhere than the server's own page, or "".
+// Why a request is refused before its body is read, or 0: a body without a length or longer than
+// kMaxBody, for any path; for the API, a request from elsewhere than the server's own page.
 std::pair<int, std::string> Refusal(const httplib::Request& req) {
+  if (req.has_header("Transfer-Encoding")) return {411, "a body needs its Content-Length"};
+  if (req.has_header("Content-Length")) {
+    auto length = Number(req.get_header_value("Content-Length"));
+    if (!length || size_t(*length) > WebHost::kMaxBody)
+      return {413, "the body is larger than " + std::to_string(WebHost::kMaxBody) + " bytes"};
+  }
+  if (req.path != "/api" && req.path.rfind("/api/", 0) != 0) return {0, ""};
   if (!IsOwnHost(req.get_header_value("Host"), req.local_addr, req.local_port))
     return {403, "the request names another host than this server"};
   if (req.has_header("Origin")) {
@@ -493,20 +513,18 @@ std::pair<int, std::string> Refusal(const httplib::Request& req) {
     type = text::LCase(text::Trim(type.substr(0, type.find(';'))));
     if (type != "application/json") return {415, "the body is to be sent as application/json"};
   }
-  if (req.has_header("Content-Length")) {
-    auto length = Number(req.get_header_value("Content-Length"));
-    if (!length || size_t(*length) > WebHost::kMaxBody)
-      return {413, "the body is larger than " + std::to_string(WebHost::kMaxBody) + " bytes"};
-  }
   return {0, ""};
 }
 
 }  // namespace
 
 int WebHost::Bind(const std::string& address, int port) {
-  m_Server = std::make_unique<HttpServer>(m_Options.request);
-  // Enough threads that clients which send slowly, until they are cut off, leave the page served.
-  m_Server->new_task_queue = [] { return new httplib::ThreadPool(32); };
+  auto server = std::make_unique<HttpServer>(m_Options.request);
+  HttpServer& http = *server;
+  m_Server = std::move(server);
+  // Enough threads that clients which send slowly, until they are cut off, leave the page served
+  // (cpp-httplib would take the number of cores, at least 8).
+  m_Server->new_task_queue = [] { return new httplib::ThreadPool(64); };
   m_Server->set_payload_max_length(kMaxBody);
   m_Server->set_default_headers({
       {"Content-Security-Policy",
@@ -523,7 +541,6 @@ int WebHost::Bind(const std::string& address, int port) {
     res.set_content(r.body.dump(-1, ' ', false, json::error_handler_t::replace), "application/json; charset=utf-8");
   };
   m_Server->set_pre_routing_handler([reply](const httplib::Request& req, httplib::Response& res) {
-    if (req.path != "/api" && req.path.rfind("/api/", 0) != 0) return httplib::Server::HandlerResponse::Unhandled;
     auto [status, why] = Refusal(req);
     if (status == 0) return httplib::Server::HandlerResponse::Unhandled;
     t_EndConnection = true;
@@ -551,8 +568,8 @@ int WebHost::Bind(const std::string& address, int port) {
   m_Server->Post("/api/.*", api);
   m_Server->Delete("/api/.*", api);
   m_Server->Get("/.*", page);
-  if (port == 0) return m_Server->bind_to_any_port(address.c_str());
-  return m_Server->bind_to_port(address.c_str(), port) ? port : -1;
+  if (port == 0) return http.Listening(m_Server->bind_to_any_port(address.c_str()));
+  return http.Listening(m_Server->bind_to_port(address.c_str(), port) ? port : -1);
 }
 
 void WebHost::Serve() { m_Server->listen_after_bind(); }

@@ -12,20 +12,20 @@ export const KMD = process.env.KMD_BIN || resolve(here, '../../build/apps/kmd');
 const CHROMIUM = process.env.CHROMIUM || '/usr/bin/chromium';
 export const SHOTS = process.env.KMD_SHOTS || resolve(here, 'screenshots');
 
-// Chromium refuses its sandbox to root; other users keep it unless the machine cannot give it
-// (no user namespaces, as in some containers), which is said once.
-let sandboxed = process.getuid?.() !== 0;
+// Chromium runs in its sandbox, except as root, where it cannot, or where the machine does not give
+// it one (no user namespaces, as in some containers), which is said once.
+let sandbox = process.getuid?.() !== 0;
 async function launch() {
-  if (sandboxed) {
+  if (sandbox) {
     try {
-      return await chromium.launch({ executablePath: CHROMIUM });
+      return await chromium.launch({ executablePath: CHROMIUM, chromiumSandbox: true });
     } catch (e) {
-      if (!/sandbox|namespace/i.test(e.message)) throw e;
-      console.warn('Chromium cannot use its sandbox here; the tests run it with --no-sandbox');
-      sandboxed = false;
+      if (!/sandbox/i.test(e.message)) throw e;
+      console.warn('Chromium cannot use its sandbox on this machine; the tests run it without');
+      sandbox = false;
     }
   }
-  return chromium.launch({ executablePath: CHROMIUM, args: ['--no-sandbox'] });
+  return chromium.launch({ executablePath: CHROMIUM, chromiumSandbox: false });
 }
 
 export async function startKmd(t) {

@@ -31,6 +31,11 @@ class Connection {
   // Text after the first statement is refused as an error and not executed.
   virtual std::string Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) = 0;
   virtual std::string Begin() = 0;
+  // Begins a transaction that holds the write lock from the start, waiting for it as long as the
+  // driver waits for a lock.
+  virtual std::string BeginImmediate() { return Begin(); }
+  // Rows written by this connection so far.
+  virtual int64_t Changes() const { return 0; }
   virtual std::string Commit() = 0;
   virtual std::string Rollback() = 0;
   virtual bool InTransaction() const = 0;

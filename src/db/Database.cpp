@@ -82,6 +82,11 @@ std::string Database::Run(const std::string& sql, QueryResult* out) {
   if (m_UnitDepth > 0 && ++m_UnitStatements == m_FailAt) {
     m_LastError = "statement " + std::to_string(m_FailAt) + " failed on purpose";
     if (out) *out = {};
+  } else if (m_UnitDepth > 0 && !m_Connection->InTransaction()) {
+    // The unit's transaction could not be begun, or the engine ended it after a failure: nothing
+    // more may run, since it would be written outside the unit.
+    m_LastError = m_UnitError.empty() ? "the transaction of the command has ended" : m_UnitError;
+    if (out) *out = {};
   } else {
     m_LastError = m_Connection->Run(sql, {}, out);
   }
@@ -146,15 +151,37 @@ void Database::RollbackTrans() {
 
 bool Database::InTrans() { return m_UnitDepth > 0 ? m_Savepoints > 0 : m_Connection->InTransaction(); }
 
-void Database::BeginUnit() {
+void Database::BeginUnit(bool writes) {
   if (m_UnitDepth++ > 0) return;
   m_UnitError.clear();
   m_UnitBusy = false;
   m_Savepoints = 0;
   m_UnitStatements = 0;
+  m_UnitWrites = writes;
+  m_Released = false;
   // A transaction left open outside any unit ends here, so that the unit's own starts clean.
   if (m_Connection->InTransaction()) m_Connection->Rollback();
-  if (std::string err = m_Connection->Begin(); !err.empty()) NoteFailure(err);
+  m_ChangesAtBegin = m_Connection->Changes();
+  BeginUnitTransaction();
+}
+
+void Database::BeginUnitTransaction() {
+  std::string err = m_UnitWrites ? m_Connection->BeginImmediate() : m_Connection->Begin();
+  if (!err.empty()) NoteFailure(err);
+}
+
+void Database::BeforeWait() {
+  if (m_UnitDepth == 0 || m_Released || m_Savepoints > 0 || !m_UnitError.empty()) return;
+  if (!m_Connection->InTransaction() || m_Connection->Changes() != m_ChangesAtBegin) return;
+  // Nothing written yet: ending the transaction gives up its locks and loses nothing.
+  m_Connection->Commit();
+  m_Released = true;
+}
+
+void Database::AfterWait() {
+  if (!m_Released) return;
+  m_Released = false;
+  if (m_UnitDepth > 0) BeginUnitTransaction();
 }
 
 UnitResult Database::EndUnit() {
@@ -162,6 +189,7 @@ UnitResult Database::EndUnit() {
   UnitResult result{m_UnitError.empty(), m_UnitError, m_UnitBusy};
   m_FailAt = 0;
   m_Savepoints = 0;
+  m_Released = false;
   if (!m_Connection->InTransaction()) return result;
   if (result.committed) {
     std::string err = m_Connection->Commit();

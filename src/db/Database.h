@@ -53,8 +53,14 @@ class IDatabase {
   // The host's unit of work around one command: every statement until EndUnit belongs to one
   // transaction, committed when none of them failed and rolled back as a whole when one did.
   // Inside a unit, BeginTrans, CommitTrans and RollbackTrans work on savepoints.
-  virtual void BeginUnit() {}
+  // A unit that `writes` takes the write lock at its start, so that its checks and its writes
+  // cannot interleave with another connection's.
+  virtual void BeginUnit(bool /*writes*/ = false) {}
   virtual UnitResult EndUnit() { return {}; }
+  // A box is about to wait for the user: a unit that has written nothing lets go of its locks
+  // until AfterWait takes them again.
+  virtual void BeforeWait() {}
+  virtual void AfterWait() {}
   // The row of `table` whose `keyColumn` is `id`, read outside the statement trace.
   virtual RowPrint Fingerprint(const std::string& /*table*/, const std::string& /*keyColumn*/, int32_t /*id*/) {
     return {};
@@ -86,8 +92,10 @@ class Database : public IDatabase, public IDbError, public IDbInfo,
   void CommitTrans() override;
   void RollbackTrans() override;
   bool InTrans() override;
-  void BeginUnit() override;
+  void BeginUnit(bool writes = false) override;
   UnitResult EndUnit() override;
+  void BeforeWait() override;
+  void AfterWait() override;
   RowPrint Fingerprint(const std::string& table, const std::string& keyColumn, int32_t id) override;
   void NoteFailure(const std::string& error) override;
   bool InUnit() const { return m_UnitDepth > 0; }
@@ -120,6 +128,11 @@ class Database : public IDatabase, public IDbError, public IDbInfo,
   bool m_UnitBusy = false;
   int m_FailAt = 0;
   int m_UnitStatements = 0;
+  bool m_UnitWrites = false;
+  int64_t m_ChangesAtBegin = 0;
+  bool m_Released = false;  // the unit let go of its transaction while a box waits
+  // Begins the unit's transaction; a failure is the unit's failure.
+  void BeginUnitTransaction();
 };
 
 }  // namespace kmd::db

@@ -131,6 +131,8 @@ std::string SqliteConnection::Run(const std::string& sql, const std::vector<Valu
 }
 
 std::string SqliteConnection::Begin() { return Run("BEGIN", {}, nullptr); }
+std::string SqliteConnection::BeginImmediate() { return Run("BEGIN IMMEDIATE", {}, nullptr); }
+int64_t SqliteConnection::Changes() const { return sqlite3_total_changes64(m_Db); }
 std::string SqliteConnection::Commit() { return Run("COMMIT", {}, nullptr); }
 std::string SqliteConnection::Rollback() { return Run("ROLLBACK", {}, nullptr); }
 bool SqliteConnection::InTransaction() const { return sqlite3_get_autocommit(m_Db) == 0; }

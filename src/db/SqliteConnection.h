@@ -20,6 +20,8 @@ class SqliteConnection : public Connection {
 
   std::string Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) override;
   std::string Begin() override;
+  std::string BeginImmediate() override;
+  int64_t Changes() const override;
   std::string Commit() override;
   std::string Rollback() override;
   bool InTransaction() const override;

@@ -2,7 +2,37 @@
 
 namespace kmd {
 
-FormGuard::FormGuard(std::unique_ptr<Form> form) : m_Form(std::move(form)) {}
+FormGuard::FormGuard(const std::function<std::unique_ptr<Form>(view::Platform&)>& make, view::Platform& host)
+    : m_Host(host), m_Form(make(*this)) {}
+
+template <class F>
+auto FormGuard::Waiting(F&& ask) {
+  auto db = m_UnitDb;
+  if (db) db->BeforeWait();
+  struct Again {
+    std::shared_ptr<db::IDatabase> db;
+    ~Again() {
+      if (db) db->AfterWait();
+    }
+  } again{db};
+  return ask();
+}
+
+int FormGuard::MsgBox(const std::string& text, int style, const std::string& title) {
+  return Waiting([&] { return m_Host.MsgBox(text, style, title); });
+}
+
+std::string FormGuard::InputBox(const std::string& prompt, const std::string& title, const std::string& defaultText) {
+  return Waiting([&] { return m_Host.InputBox(prompt, title, defaultText); });
+}
+
+bool FormGuard::ChooseColor(const std::string& title, int32_t& color) {
+  return Waiting([&] { return m_Host.ChooseColor(title, color); });
+}
+
+bool FormGuard::ChooseFile(view::FileChoice& choice) {
+  return Waiting([&] { return m_Host.ChooseFile(choice); });
+}
 
 void FormGuard::SetEventSink(IFormEvents* sink) {
   m_Events = sink;
@@ -38,7 +68,7 @@ bool FormGuard::BeginCommand() {
   if (m_Depth++ > 0) return false;
   m_Reported = false;
   m_UnitDb = UnitDatabase();
-  if (m_UnitDb) m_UnitDb->BeginUnit();
+  if (m_UnitDb) m_UnitDb->BeginUnit(m_Writes);
   return true;
 }
 
@@ -95,6 +125,14 @@ R FormGuard::Guard(R fallback, F&& f) {
   return result;
 }
 
+template <class R, class F>
+R FormGuard::GuardWriting(R fallback, F&& f) {
+  m_Writes = m_Depth == 0;
+  R result = Guard(fallback, std::forward<F>(f));
+  m_Writes = false;
+  return result;
+}
+
 bool FormGuard::Run(const std::function<void()>& action) {
   return Guard(false, [&] {
     action();
@@ -108,7 +146,6 @@ bool FormGuard::Run(const std::function<void()>& action) {
 KMD_GUARD_BOOL(FileNew)
 KMD_GUARD_BOOL(FileNewNext)
 KMD_GUARD_BOOL(FileEdit)
-KMD_GUARD_BOOL(FileDelete)
 KMD_GUARD_BOOL(FileCancel)
 KMD_GUARD_BOOL(FindNext)
 KMD_GUARD_BOOL(Refresh)
@@ -125,8 +162,12 @@ KMD_GUARD_BOOL(Help)
 KMD_GUARD_BOOL(IsDirty)
 #undef KMD_GUARD_BOOL
 
+bool FormGuard::FileDelete() {
+  return GuardWriting(false, [&] { return m_Form->FileDelete(); });
+}
+
 bool FormGuard::FileSave() {
-  return Guard(false, [&] {
+  return GuardWriting(false, [&] {
     if (!m_Form->RecordUnchanged()) {
       ErrMessage("记录已被其他用户修改或删除，请刷新后再改", kFailure, m_Form->Title());
       return false;

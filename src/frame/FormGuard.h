@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -14,9 +15,11 @@ namespace kmd {
 // did not report itself is reported at level 9 (or, for another connection's lock, at level 8 with
 // the busy text). A save of a record that changed since the form showed it is refused before the
 // form runs any statement.
-class FormGuard : public IFormUI, public IDesignUI, private IFormEvents {
+class FormGuard : public IFormUI, public IDesignUI, private IFormEvents, private view::Platform {
  public:
-  explicit FormGuard(std::unique_ptr<Form> form);
+  // Makes the form with `make`, over the host's platform; the form's boxes pass through the guard,
+  // which lets a command that has written nothing give up its locks while a box waits.
+  FormGuard(const std::function<std::unique_ptr<Form>(view::Platform&)>& make, view::Platform& host);
 
   Form& Inner() { return *m_Form; }
   // True once Clear has released the form: every later call answers its failure value.
@@ -78,13 +81,26 @@ class FormGuard : public IFormUI, public IDesignUI, private IFormEvents {
   void FormRefreshed() override;
   void Property(const std::string& name, const Value& value, bool autoUpdate) override;
 
-  std::unique_ptr<Form> m_Form;
+  // The form's platform: the host's, around a wait for the user.
+  int MsgBox(const std::string& text, int style, const std::string& title) override;
+  std::string InputBox(const std::string& prompt, const std::string& title, const std::string& defaultText) override;
+  bool ChooseColor(const std::string& title, int32_t& color) override;
+  bool ChooseFile(view::FileChoice& choice) override;
+  template <class F>
+  auto Waiting(F&& ask);
+  // Runs a command that saves or deletes: its unit holds the write lock from the start.
+  template <class R, class F>
+  R GuardWriting(R fallback, F&& f);
+
   IFormEvents* m_Events = nullptr;
   IFormContext* m_Context = nullptr;  // the context of Init, until Clear
   bool m_Cleared = false;
+  view::Platform& m_Host;
+  bool m_Writes = false;    // the next unit takes the write lock at its start
   int m_Depth = 0;          // calls under way; the outermost owns the unit of work
   bool m_Reported = false;  // the form reported a failure during the unit
   std::shared_ptr<db::IDatabase> m_UnitDb;
+  std::unique_ptr<Form> m_Form;  // last: it is made over the guard's platform and goes first
 };
 
 }  // namespace kmd

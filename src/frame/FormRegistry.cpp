@@ -18,7 +18,7 @@ std::unique_ptr<FormGuard> FormRegistry::Create(const std::string& className, vi
   if (!e) return nullptr;
   std::string why;
   try {
-    return std::make_unique<FormGuard>(e->factory(platform));
+    return std::make_unique<FormGuard>(e->factory, platform);
   } catch (const std::exception& ex) {
     why = ex.what();
   } catch (...) {

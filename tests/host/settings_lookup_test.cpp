@@ -86,7 +86,7 @@ TEST_F(HostTest, OptionsAndParametersWithAndWithoutRows) {
 TEST_F(HostTest, TypedTextResolvesByCodeOrByName) {
   Boxes boxes;
   context->SetWindows(&boxes, nullptr);
-  FormGuard form(std::make_unique<UnitRefForm>(boxes));
+  FormGuard form([](view::Platform& p) { return std::make_unique<UnitRefForm>(p); }, boxes);
   ASSERT_TRUE(form.Init(context.get(), 0, 0));
   auto& unit = *static_cast<UnitRefForm&>(form.Inner()).unit;
   const auto& ref = unit.GetReference();
@@ -121,7 +121,7 @@ TEST_F(HostTest, TypedTextResolvesByCodeOrByName) {
 TEST_F(HostTest, UnresolvedTextShowsTheErrorTextEmptiesTheValueAndKeepsTheFocus) {
   Boxes boxes;
   context->SetWindows(&boxes, nullptr);
-  FormGuard form(std::make_unique<UnitRefForm>(boxes));
+  FormGuard form([](view::Platform& p) { return std::make_unique<UnitRefForm>(p); }, boxes);
   ASSERT_TRUE(form.Init(context.get(), 0, 0));
   auto& unit = *static_cast<UnitRefForm&>(form.Inner()).unit;
   unit.SetValue(Value(2));
@@ -157,7 +157,7 @@ TEST_F(HostTest, BrowseFillsTheFieldFromThePickedRowAndCancelLeavesIt) {
     shownColumn = column;
     return pick;
   });
-  FormGuard form(std::make_unique<UnitRefForm>(boxes));
+  FormGuard form([](view::Platform& p) { return std::make_unique<UnitRefForm>(p); }, boxes);
   ASSERT_TRUE(form.Init(context.get(), 0, 0));
   auto& unit = *static_cast<UnitRefForm&>(form.Inner()).unit;
   EXPECT_TRUE(form.Run([&] { unit.UserBrowse(); }));

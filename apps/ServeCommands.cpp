@@ -26,10 +26,15 @@ struct Options {
   std::string since;
 } g;
 
+// The database must be there before the server starts: opening it is the test.
 bool DatabaseExists() {
-  if (std::filesystem::exists(g.db)) return true;
-  std::cerr << "kmd: " << g.db << " does not exist; make it with: kmd init --db " << g.db << "\n";
-  return false;
+  try {
+    db::Open(g.db);
+    return true;
+  } catch (const std::exception& e) {
+    std::cerr << "kmd: " << e.what() << "\n";
+    return false;
+  }
 }
 
 int Serve() {

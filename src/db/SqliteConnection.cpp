@@ -1,6 +1,8 @@
 #include "db/SqliteConnection.h"
 
 #include <sqlite3.h>
+
+#include <cerrno>
 #include <unistd.h>
 
 #include "base/RuntimeError.h"
@@ -94,6 +96,9 @@ void Bind(sqlite3_stmt* st, int i, const Value& v) {
 std::string SqliteConnection::Error() const {
   int code = sqlite3_errcode(m_Db) & 0xFF;
   if (code == SQLITE_BUSY || code == SQLITE_LOCKED) return kBusyText;
+  // A write past the file-size limit or onto a full disk is the engine's "full" error.
+  int sys = sqlite3_system_errno(m_Db);
+  if (code == SQLITE_IOERR && (sys == EFBIG || sys == ENOSPC)) return sqlite3_errstr(SQLITE_FULL);
   return sqlite3_errmsg(m_Db);
 }
 

@@ -272,6 +272,8 @@ void ScriptHost::RunSql(const std::string& sql) {
   // The script is the operator's own: a statement with a body of several (a trigger, say) runs
   // as a script, without rows.
   std::string err = db::RefusedStatement(sql).empty() ? connection.Run(sql, {}, &r) : connection.RunScript(sql);
+  // What the script changes itself is no change made elsewhere: the shown record is read again.
+  if (m_Form && !m_Form->Cleared()) m_Form->Inner().RetakeFingerprint();
   if (!err.empty()) {
     m_Out << "error " << err << "\n";
     return;

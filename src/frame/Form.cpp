@@ -86,23 +86,24 @@ std::shared_ptr<db::IDatabase> Form::Database() const {
   return db;
 }
 
+void Form::EndIfReadFailed(db::IDatabase& db) {
+  std::string err = db.LastError().Description();
+  if (err.empty()) return;
+  RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, Title());
+  throw ReadFailed{};
+}
+
 db::RecordsetPtr Form::ReadRows(const std::string& sql) {
   auto db = Database();
   auto rs = db->CreateCommand(sql, 1)->OpenRecordset();
-  if (std::string err = db->LastError().Description(); !err.empty()) {
-    RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, Title());
-    throw ReadFailed{};
-  }
+  EndIfReadFailed(*db);
   return rs;
 }
 
 Value Form::ReadValue(const std::string& sql) {
   auto db = Database();
   Value v = db->CreateCommand(sql, 1)->ExecuteScalar();
-  if (std::string err = db->LastError().Description(); !err.empty()) {
-    RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, Title());
-    throw ReadFailed{};
-  }
+  EndIfReadFailed(*db);
   return v;
 }
 

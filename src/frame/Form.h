@@ -110,6 +110,7 @@ class Form : public IFormUI, public IDesignUI {
   // database's text) and ends the command (ReadFailed): a read that failed never counts as "no row".
   db::RecordsetPtr ReadRows(const std::string& sql);
   Value ReadValue(const std::string& sql);
+  void EndIfReadFailed(db::IDatabase& db);
   // The database of the context, fetched at each use. Throws RuntimeError before Init.
   std::shared_ptr<db::IDatabase> Database() const;
   IFormContext& Context() const;

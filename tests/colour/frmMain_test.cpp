@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "colour/ColorConverter.h"
-#include "colour/ctrColorPicker.h"
 
 using kmd::ColorConverter;
 using kmd::frmMain;
@@ -35,9 +34,6 @@ class Dialog : public ::testing::Test {
 TEST_F(Dialog, LoadsOnTheCallersTitleAndColour) {
   EXPECT_EQ(f.Caption(), "选颜色");
   EXPECT_EQ(f.lblCurrColor->BackColor, kOrange);
-  EXPECT_EQ(f.selector->Left, 0);
-  EXPECT_EQ(f.selector->Top, 0);
-  EXPECT_FALSE(f.selector->Visible());
   // Full hue and saturation at the top left, no saturation (white) along the bottom.
   EXPECT_EQ(f.MapColor(0, 0), ColorConverter::RGBToLong(255, 0, 0));
   EXPECT_EQ(f.MapColor(frmMain::kMapSize - 1, frmMain::kMapSize - 1), 0xFFFFFF);
@@ -141,50 +137,4 @@ TEST(ColourHex, BytesComeOutAsRrggbb) {
   EXPECT_EQ(frmMain::HexToColour("#0a0B0c"), ColorConverter::RGBToLong(10, 11, 12));
   EXPECT_EQ(frmMain::HexToColour(""), 0);
   EXPECT_EQ(frmMain::HexToColour("zz80"), ColorConverter::RGBToLong(0, 128, 0));
-}
-
-namespace {
-
-// Answers the dialog the way a person would: types a hex colour and takes OK, or cancels.
-class AnsweringPlatform : public kmd::view::Platform {
- public:
-  std::string answer;
-  std::string seenTitle;
-  int32_t seenStart = -1;
-  int MsgBox(const std::string&, int, const std::string&) override { return kmd::view::vbOK; }
-  std::string InputBox(const std::string&, const std::string&, const std::string&) override { return ""; }
-  bool ChooseColor(const std::string& title, int32_t& color) override {
-    seenTitle = title;
-    seenStart = color;
-    PickerCall call{title, color, color};
-    frmMain dialog(call);
-    if (answer.empty()) {
-      dialog.cmdCancel->UserClick();
-      return false;
-    }
-    dialog.txtHex->UserType(answer);
-    dialog.cmdOK->UserClick();
-    color = call.resultColour;
-    return true;
-  }
-};
-
-}  // namespace
-
-TEST(ColorPicker, CancelGivesBackThePreviousChoice) {
-  AnsweringPlatform platform;
-  kmd::ctrColorPicker picker("ctrColorPicker1", platform);
-  EXPECT_EQ(picker.ShownText(), "ColorPicker");
-  EXPECT_FALSE(picker.Visible());
-
-  // Nothing chosen yet: Cancel gives 0, not the start colour.
-  EXPECT_EQ(picker.ShowColor("t", kOrange), 0);
-  EXPECT_EQ(platform.seenTitle, "t");
-  EXPECT_EQ(platform.seenStart, kOrange);
-
-  platform.answer = "#0000FF";
-  EXPECT_EQ(picker.ShowColor("t", 0), ColorConverter::RGBToLong(0, 0, 255));
-  platform.answer = "";
-  EXPECT_EQ(picker.ShowColor("t", kOrange), ColorConverter::RGBToLong(0, 0, 255));
-  EXPECT_EQ(picker.ReturnValue(), ColorConverter::RGBToLong(0, 0, 255));
 }

@@ -541,25 +541,3 @@ TEST(ZLibBar, ScaleClipsAndFaceFollowsValue) {
   z.SetReadBuf(0);
   EXPECT_EQ(z.ReadBuf(), 65536);
 }
-
-TEST(ZLibBar, PropertiesSaveOnlyChangesAndReadBack) {
-  zLibControl z;
-  std::map<std::string, kmd::Value> bag;
-  z.WriteProperties(bag);
-  EXPECT_TRUE(bag.empty());
-  EXPECT_FALSE(z.PropertiesChanged());
-  z.SetBarColor(0xFF);
-  z.SetFlat(false);
-  z.SetReadBuf(1024);
-  EXPECT_TRUE(z.PropertiesChanged());
-  z.WriteProperties(bag);
-  EXPECT_EQ(bag.size(), 3u);
-
-  zLibControl r;
-  r.ReadProperties(bag);
-  EXPECT_EQ(r.BarColor(), 0xFFu);
-  EXPECT_EQ(r.BackColor(), 0x8000000Fu);
-  EXPECT_FALSE(r.Flat());
-  EXPECT_EQ(r.ReadBuf(), 1024);
-  EXPECT_EQ(r.Max(), 100);
-}

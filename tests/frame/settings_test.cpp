@@ -4,10 +4,8 @@
 #include "db/Database.h"
 #include "db/SqliteConnection.h"
 #include "frame/Settings.h"
-#include "frame_fixture.h"
 
 using namespace kmd;
-using kmd::testing_frame::FakeContext;
 
 TEST(CommandLine, PairsBySemicolonWithCommasInValuesAndKeysWithoutCase) {
   ICommandLine line;
@@ -23,21 +21,9 @@ TEST(CommandLine, PairsBySemicolonWithCommasInValuesAndKeysWithoutCase) {
   EXPECT_EQ(line.Item("k").Value, "");
 }
 
-TEST(Settings, CodeRulesDefaultWhenEmptyAndSwitchesAreOnlyOne) {
-  FakeContext context;
-  EXPECT_EQ(ReadCodeRule(context, Value(16)), "22222");
-  context.options["12/16"] = "";
-  EXPECT_EQ(ReadCodeRule(context, Value(16)), "22222");
-  context.options["12/16"] = "2233";
-  EXPECT_EQ(ReadCodeRule(context, Value(16)), "2233");
-  context.options["12/srbm"] = "3";
-  EXPECT_EQ(ReadCodeRule(context, Value("srbm")), "3");
-  EXPECT_EQ(ReadCodeRule(context, Value(17)), "22222");
-  EXPECT_TRUE(IsSwitchOn("1"));
-  EXPECT_TRUE(IsSwitchOn(" 1"));
-  EXPECT_FALSE(IsSwitchOn("2"));
-  EXPECT_FALSE(IsSwitchOn(""));
-  EXPECT_FALSE(IsSwitchOn("yes"));
+TEST(Settings, SwitchesAreOnlyOne) {
+  for (const char* on : {"1", " 1"}) EXPECT_TRUE(IsSwitchOn(on)) << on;
+  for (const char* off : {"2", "", "yes"}) EXPECT_FALSE(IsSwitchOn(off)) << off;
 }
 
 class ProgramTable : public testing::Test {

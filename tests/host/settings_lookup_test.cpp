@@ -1,17 +1,14 @@
 // The host's context over a demo database: options and parameters, the resolution of typed text in
-// reference fields, browse windows, and the script commands that drive them.
+// reference fields, and browse windows.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <sstream>
 
 #include "db/Connection.h"
 #include "frame/FormGuard.h"
-#include "frame/FormRegistry.h"
 #include "frame/Settings.h"
 #include "host/Context.h"
-#include "host/ScriptHost.h"
 #include "host/Setup.h"
 #include "view/Widgets.h"
 
@@ -83,67 +80,46 @@ TEST_F(HostTest, OptionsAndParametersWithAndWithoutRows) {
   EXPECT_TRUE(statements.empty());  // the host's settings are no statements of a form
 }
 
-TEST_F(HostTest, TypedTextResolvesByCodeOrByName) {
+// Text typed into the field is resolved by its statement, by code or by name; text set by the
+// program is not. Text that names no row shows the field's box, empties the value and keeps the
+// focus; a quote stays inside its literal.
+TEST_F(HostTest, TypedTextResolvesOrShowsTheFieldsBox) {
   Boxes boxes;
   context->SetWindows(&boxes, nullptr);
   FormGuard form([](view::Platform& p) { return std::make_unique<UnitRefForm>(p); }, boxes);
   ASSERT_TRUE(form.Init(context.get(), 0, 0));
   auto& unit = *static_cast<UnitRefForm&>(form.Inner()).unit;
-  const auto& ref = unit.GetReference();
-  EXPECT_TRUE(ref.IsReference);
-  EXPECT_EQ(ref.MatchMode, 1);
-  EXPECT_EQ(ref.Source, 1);
-  EXPECT_FALSE(ref.MultiSelect);
-
-  unit.SetText("KG");  // set by the program: no resolution
+  auto type = [&](const std::string& text) {
+    return form.Run([&] {
+      unit.UserType(text);
+      unit.UserLeave();
+    });
+  };
+  unit.SetText("KG");
   EXPECT_TRUE(statements.empty());
   EXPECT_FALSE(form.IsDirty());
 
-  form.Run([&] {
-    unit.UserType("KG");
-    unit.UserLeave();
-  });
+  type("KG");
   ASSERT_EQ(statements.size(), 1u);
   EXPECT_EQ(statements[0], "Select 单位ID,代码,名称 From KMDjldw  where 代码 = 'KG' or 名称 = 'KG'");
   EXPECT_EQ(unit.Text(), "千克");
   EXPECT_EQ(unit.GetValue().ToLong(), 2);
   EXPECT_TRUE(form.IsDirty());
-
-  form.Run([&] {
-    unit.UserType("米");
-    unit.UserLeave();
-  });
+  type("米");
   EXPECT_EQ(unit.Text(), "米");
   EXPECT_EQ(unit.GetValue().ToLong(), 3);
   EXPECT_TRUE(boxes.shown.empty());
-}
 
-TEST_F(HostTest, UnresolvedTextShowsTheErrorTextEmptiesTheValueAndKeepsTheFocus) {
-  Boxes boxes;
-  context->SetWindows(&boxes, nullptr);
-  FormGuard form([](view::Platform& p) { return std::make_unique<UnitRefForm>(p); }, boxes);
-  ASSERT_TRUE(form.Init(context.get(), 0, 0));
-  auto& unit = *static_cast<UnitRefForm&>(form.Inner()).unit;
-  unit.SetValue(Value(2));
-  EXPECT_TRUE(form.Run([&] {
-    unit.UserType("吨");
-    unit.UserLeave();
-  }));
-  ASSERT_EQ(boxes.shown.size(), 1u);
-  EXPECT_EQ(boxes.shown[0], "提示：|单位输入有误，请重新输入！");
+  EXPECT_TRUE(type("吨"));
+  EXPECT_EQ(boxes.shown, (std::vector<std::string>{"提示：|单位输入有误，请重新输入！"}));
   EXPECT_EQ(unit.GetValue().ToText(), "");
   EXPECT_EQ(unit.Text(), "吨");
   EXPECT_TRUE(unit.HasFocus());
 
-  // A quote stays inside its literal: no unit is named A'B, so the field's own box is shown.
   unit.SetValue(Value(2));
-  EXPECT_TRUE(form.Run([&] {
-    unit.UserType("A'B");
-    unit.UserLeave();
-  }));
+  EXPECT_TRUE(type("A'B"));
   EXPECT_EQ(statements.back(), "Select 单位ID,代码,名称 From KMDjldw  where 代码 = 'A''B' or 名称 = 'A''B'");
-  ASSERT_EQ(boxes.shown.size(), 2u);
-  EXPECT_EQ(boxes.shown[1], "提示：|单位输入有误，请重新输入！");
+  EXPECT_EQ(boxes.shown.size(), 2u);
   EXPECT_EQ(unit.GetValue().ToText(), "");
 }
 
@@ -174,38 +150,6 @@ TEST_F(HostTest, BrowseFillsTheFieldFromThePickedRowAndCancelLeavesIt) {
   unit.GetReference().LookupKey = "no_such_key";
   EXPECT_FALSE(form.Run([&] { unit.UserBrowse(); }));
   EXPECT_TRUE(boxes.shown.empty());
-}
-
-TEST_F(HostTest, ScriptLookupAndBrowseCommands) {
-  FormRegistry forms;
-  forms.Add<UnitRefForm>("UnitRefForm", "单位", "test");
-  std::ostringstream out, err;
-  {
-    host::ScriptHost host(context, out, err, &forms);
-    std::istringstream script(
-        "open UnitRefForm\nInit\nlookup qnT(0) KG\nshow fields\n"
-        "browse qnT(0)\nanswer M\nshow fields\n"
-        "answer 个\nbrowse qnT(0)\nbrowse qnT(0)\nshow fields\n"
-        "lookup qnT(0) 吨\nshow fields\nbrowse qnT(0)\n");
-    EXPECT_EQ(host.Run(script, "s"), 0) << err.str();
-  }
-  EXPECT_EQ(out.str(),
-            "> open UnitRefForm\n> Init\n= True\n> lookup qnT(0) KG\n> show fields\n"
-            "qnT(0) qnTxt_S \"千克\" value=2 enabled\n"
-            "> browse qnT(0)\n> answer M\nbrowse gy_jldw -> 米\n> show fields\n"
-            "qnT(0) qnTxt_S \"米\" value=3 enabled\n"
-            "> answer 个\n> browse qnT(0)\nbrowse gy_jldw -> 个\n"
-            "> browse qnT(0)\nbrowse gy_jldw -> Cancel\n> show fields\n"
-            "qnT(0) qnTxt_S \"个\" value=1 enabled\n"
-            "> lookup qnT(0) 吨\nbox 提示： [exclamation] 单位输入有误，请重新输入！ -> OK\n> show fields\n"
-            "qnT(0) qnTxt_S \"吨\" value= enabled focus\n"
-            "> browse qnT(0)\nbrowse gy_jldw -> Cancel\n");
-
-  std::ostringstream out2, err2;
-  host::ScriptHost host(context, out2, err2, &forms);
-  std::istringstream bad("open UnitRefForm\nlookup Nothing x\n");
-  EXPECT_EQ(host.Run(bad, "bad"), 2);
-  EXPECT_EQ(err2.str(), "bad:2: unknown control Nothing\n");
 }
 
 }  // namespace

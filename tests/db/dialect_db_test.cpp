@@ -77,7 +77,6 @@ TEST_F(DbTest, FailuresShowOnlyInLastError) {
   EXPECT_EQ(database->CreateCommand("select count(*) from kmdwldw")->ExecuteScalar().ToLong(), 3);
   // An id in quotes compares as a number against an INTEGER column.
   EXPECT_EQ(database->CreateCommand("select count(*) from kmdwldw where 往来ID='2'")->ExecuteScalar().ToLong(), 1);
-  EXPECT_EQ(database->Info().Item(Value("driver")).ToText(), "sqlite");
 }
 
 TEST_F(DbTest, TransactionsRollBack) {
@@ -122,14 +121,4 @@ TEST(IdCounter, ConnectionsRacingForIdsNeverShareOne) {
   EXPECT_EQ(all.size(), 80u);
   EXPECT_EQ(*all.rbegin(), 80);
   std::remove(path.c_str());
-}
-
-TEST_F(DbTest, AddNewWritesARowThroughTheRecordset) {
-  auto rs = database->CreateCommand("SELECT TOP 0 * From KMDSKFS")->OpenRecordset();
-  ASSERT_TRUE(rs->Eof());
-  rs->AddNew();
-  rs->Fields("收款方式ID") = Value(77);
-  rs->Fields("收款名称") = Value("card");
-  rs->Update();
-  EXPECT_EQ(database->CreateCommand("select 收款名称 from KMDSKFS where 收款方式ID=77")->ExecuteScalar().ToText(), "card");
 }

@@ -1,4 +1,5 @@
-// Modal boxes in the page: message boxes, input boxes, browse windows and the colour dialog.
+// Modal boxes in the page: message boxes, input boxes, browse windows, the colour and file dialogs
+// and the box of a file the form opens.
 // Each returns a promise of the answer in the form the host expects.
 
 const CAPTIONS = { 1: '确定', 2: '取消', 3: '中止(A)', 4: '重试(R)', 5: '忽略(I)', 6: '是(Y)', 7: '否(N)' };
@@ -38,7 +39,7 @@ function modal(kind, title, build, onKey) {
       if (onKey) onKey(e, close);
       if (e.key === 'Tab') {
         // Focus stays inside the box.
-        const items = [...box.querySelectorAll('button, input, [tabindex]')];
+        const items = [...box.querySelectorAll('button, input, a[href], [tabindex]')];
         const i = items.indexOf(document.activeElement);
         const next = items[(i + (e.shiftKey ? -1 : 1) + items.length) % items.length];
         if (next) { next.focus(); e.preventDefault(); }
@@ -208,6 +209,23 @@ export function fileBox(d) {
   });
 }
 
+// A file or address the form opens: a link that downloads the file (or opens the address) here,
+// on the user's machine; following it, Close or Esc gives null.
+export function openBox(d) {
+  return modal('open', d.title, (body, close) => {
+    const link = d.url
+      ? el('a', { href: d.url, download: d.name, autofocus: '', text: `下载 ${d.name}` })
+      : el('a', { href: d.address, target: '_blank', rel: 'noopener noreferrer', autofocus: '', text: `打开 ${d.name}` });
+    link.addEventListener('click', () => setTimeout(() => close(null)));
+    const size = d.size === undefined ? '' : `（${d.size} 字节）`;
+    const done = el('button', { text: '关闭' });
+    done.addEventListener('click', () => close(null));
+    body.append(el('p', { class: 'text', text: `${d.name}${size}` }), el('p', {}, link), el('div', { class: 'buttons' }, done));
+  }, (e, close) => {
+    if (e.key === 'Escape') { e.preventDefault(); close(null); }
+  });
+}
+
 // A dialog of the host by its kind.
 export function showDialog(d) {
   switch (d.kind) {
@@ -216,6 +234,7 @@ export function showDialog(d) {
     case 'color': return colourBox(d);
     case 'browse': return browseBox(d);
     case 'file': return fileBox(d);
+    case 'open': return openBox(d);
     default: return Promise.resolve(null);
   }
 }

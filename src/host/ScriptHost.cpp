@@ -7,6 +7,7 @@
 
 #include "base/Text.h"
 #include "colour/frmMain.h"
+#include "files/mShellExecute.h"
 #include "host/AllForms.h"
 #include "view/TreeView.h"
 #include "view/Widgets.h"
@@ -30,12 +31,15 @@ std::pair<std::string, std::string> SplitWord(const std::string& s) {
 ScriptHost::ScriptHost(std::shared_ptr<Context> context, std::ostream& out, std::ostream& err,
                        const FormRegistry* forms)
     : m_Context(std::move(context)), m_Lines(out), m_Out(&m_Lines), m_Err(err), m_Forms(forms ? forms : &AllForms()) {
+  // A file the forms open is printed, not opened.
+  mShellExecute::SetOpener([this](const std::string& target, const std::string&) { return OpenFile(target) ? 0 : 31; });
   if (!m_Context) return;
   m_Context->SetWindows(this, [this](const LookupWindow& window, const db::Recordset& rows,
                                      const std::string& textColumn) { return Browse(window, rows, textColumn); });
 }
 
 ScriptHost::~ScriptHost() {
+  mShellExecute::SetOpener(nullptr);
   if (!m_Context) return;
   m_Context->SetWindows(nullptr, nullptr);
   m_Context->GetDatabase()->SetTrace(nullptr);
@@ -377,6 +381,11 @@ bool ScriptHost::ChooseFile(view::FileChoice& choice) {
   m_Out << "file " << choice.title << " -> " << answer << "\n";
   if (answer == "Cancel" || answer.empty()) return false;
   choice.files = {answer};
+  return true;
+}
+
+bool ScriptHost::OpenFile(const std::string& target) {
+  m_Out << "open " << target << "\n";
   return true;
 }
 

@@ -42,6 +42,9 @@ class ScriptHost : public view::Platform, public IFormEvents {
   bool ChooseColor(const std::string& title, int32_t& color) override;
   // The open-file dialog: the answer is the path chosen; "Cancel", or no answer, cancels it.
   bool ChooseFile(view::FileChoice& choice) override;
+  // A file or address that a form opens (mShellExecute included, on this thread) prints
+  // `open <target>`; nothing is opened.
+  bool OpenFile(const std::string& target) override;
 
   // Events of the current form.
   void Message(const std::string& psMsg) override;

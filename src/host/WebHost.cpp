@@ -8,7 +8,10 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
+#include <cstdio>
+#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -234,6 +237,12 @@ WebReply WebHost::Handle(const WebRequest& request) {
     if (m == "DELETE") return ForWindow(parts[2], "close", request);
   }
   if (parts.size() == 4 && parts[1] == "windows" && m == "POST") return ForWindow(parts[2], parts[3], request);
+  if (parts.size() == 5 && parts[1] == "windows" && parts[3] == "files" && m == "GET") {
+    auto window = Find(parts[2]);
+    if (!window) return WebReply::Error(404, "unknown window " + parts[2]);
+    window->Touch();
+    return window->File(parts[4]);
+  }
   return WebReply::Error(404, "no such request " + m + " " + request.path);
 }
 
@@ -480,6 +489,20 @@ class HttpServer final : public httplib::Server {
   milliseconds m_RequestTime;
 };
 
+// A Content-Disposition that saves a download under `name`: an ASCII stand-in, and the name
+// itself in UTF-8, percent-encoded.
+std::string Attachment(const std::string& name) {
+  std::string plain, encoded;
+  for (unsigned char c : name) {
+    const bool safe = std::isalnum(c) || std::strchr("-._~", c);
+    plain += safe || c == ' ' ? static_cast<char>(c) : '_';
+    char hex[4];
+    std::snprintf(hex, sizeof hex, "%%%02X", c);
+    encoded += safe ? std::string(1, static_cast<char>(c)) : std::string(hex);
+  }
+  return "attachment; filename=\"" + plain + "\"; filename*=UTF-8''" + encoded;
+}
+
 // Whether `host` (a Host header, or an Origin without its scheme) names the address `local`
 // that a request came in on, with its port; localhost names a loopback address.
 bool IsOwnHost(std::string host, const std::string& local, int port) {
@@ -538,6 +561,15 @@ int WebHost::Bind(const std::string& address, int port) {
   auto reply = [](httplib::Response& res, const WebReply& r) {
     res.status = r.status;
     res.set_header("Cache-Control", "no-store");
+    if (r.file) {
+      // Always a download, never a page of this site: a file holding HTML runs no script here.
+      res.set_header("Content-Disposition", Attachment(r.fileName));
+      res.set_content_provider(r.file->size(), "application/octet-stream",
+                               [file = r.file](size_t offset, size_t length, httplib::DataSink& sink) {
+                                 return sink.write(file->data() + offset, length);
+                               });
+      return;
+    }
     res.set_content(r.body.dump(-1, ' ', false, json::error_handler_t::replace), "application/json; charset=utf-8");
   };
   m_Server->set_pre_routing_handler([reply](const httplib::Request& req, httplib::Response& res) {

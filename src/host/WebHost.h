@@ -35,6 +35,8 @@ struct WebRequest {
 //   POST /api/windows/ID/answer         {"dialog": n, "answer": ...}
 //   POST /api/windows/ID/close          DoSaveFormStatus and Clear (also DELETE /api/windows/ID)
 //   POST /api/windows/ID/ping           the page still shows the window
+//   GET  /api/windows/ID/files/N        the file the form handed over as number N, as a download
+//                                       (application/octet-stream, attachment)
 //   GET  /api/journal?since=T&limit=N   the journal lines
 // A refused request answers 4xx with {"error": "..."} and changes nothing. A body is one JSON
 // value of at most 1 MiB (413 above), whole numbers within 32 bits; at most Options::maxWindows

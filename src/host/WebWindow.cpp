@@ -1,9 +1,12 @@
 #include "host/WebWindow.h"
 
 #include <filesystem>
+#include <fstream>
 #include <map>
 
+#include "base/Text.h"
 #include "db/Connection.h"
+#include "files/mShellExecute.h"
 #include "host/Journal.h"
 #include "host/WebFiles.h"
 
@@ -97,6 +100,7 @@ std::string CheckAnswer(const json& dialog, const json& answer) {
     if (answer.is_number_integer() && answer.get<int>() >= -1 && answer.get<int>() < rows) return "";
     return "the browse window has no row " + answer.dump();
   }
+  if (kind == "open") return answer.is_null() ? "" : "the box of a file takes null";
   if (kind == "file") {
     if (answer.is_null()) return "";
     if (answer.is_object() && answer.contains("dir") && answer["dir"].is_string()) return "";
@@ -198,6 +202,8 @@ WebReply WebWindow::Reply() {
 // ---- the window's thread ---------------------------------------------------------------------
 
 void WebWindow::Loop() {
+  // What the form opens goes to the page, never to this machine's desktop.
+  mShellExecute::SetOpener([this](const std::string& target, const std::string&) { return OpenFile(target) ? 0 : 31; });
   std::unique_lock<std::mutex> lock(m_Mutex);
   for (;;) {
     m_Cv.wait(lock, [this] { return m_Task || m_Stop; });
@@ -352,6 +358,43 @@ bool WebWindow::ChooseFile(view::FileChoice& choice) {
     if (answer.value("readOnly", false)) choice.flags |= view::FileChoice::kReadOnly;
     return true;
   }
+}
+
+bool WebWindow::OpenFile(const std::string& target) {
+  namespace fs = std::filesystem;
+  json box = {{"kind", "open"}, {"title", "打开"}};
+  if (target.find("://") != std::string::npos || text::StartsWithNoCase(target, "mailto:")) {
+    // Only addresses that a browser opens as a page or a mail, never a script.
+    const std::string lower = text::LCase(target);
+    if (lower.rfind("http://", 0) != 0 && lower.rfind("https://", 0) != 0 && lower.rfind("mailto:", 0) != 0)
+      return false;
+    box["name"] = target;
+    box["address"] = target;
+  } else {
+    std::error_code ec;
+    const auto size = fs::file_size(target, ec);
+    if (ec || !fs::is_regular_file(target, ec) || size > kMaxFile) return false;
+    auto bytes = std::make_shared<std::string>(size, '\0');
+    std::ifstream in(target, std::ios::binary);
+    if (!in.read(bytes->data(), static_cast<std::streamsize>(size))) return false;
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_File = std::move(bytes);
+    m_FileName = fs::path(target).filename().string();
+    box["name"] = m_FileName;
+    box["size"] = size;
+    box["url"] = "/api/windows/" + m_Id + "/files/" + std::to_string(++m_FileSerial);
+  }
+  Ask(std::move(box));
+  return true;
+}
+
+WebReply WebWindow::File(const std::string& n) {
+  std::lock_guard<std::mutex> lock(m_Mutex);
+  if (!m_File || n != std::to_string(m_FileSerial)) return WebReply::Error(404, "no such file " + n);
+  WebReply reply{200, {{"file", m_FileName}}};
+  reply.fileName = m_FileName;
+  reply.file = m_File;
+  return reply;
 }
 
 int WebWindow::Browse(const LookupWindow& window, const db::Recordset& rows, const std::string& textColumn) {

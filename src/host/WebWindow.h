@@ -22,8 +22,12 @@ namespace kmd::host {
 // What a request of the page gets back: an HTTP status and a JSON body ({"error": ...} for a
 // refused request, which changed nothing).
 struct WebReply {
+  WebReply(int status = 200, nlohmann::json body = nullptr) : status(status), body(std::move(body)) {}
   int status = 200;
   nlohmann::json body;
+  // A file to go to the browser as a download instead of the body: its name and bytes.
+  std::string fileName;
+  std::shared_ptr<const std::string> file;
   static WebReply Error(int status, const std::string& message);
 };
 
@@ -78,6 +82,14 @@ class WebWindow : public view::Platform, public IFormEvents {
   bool ChooseColor(const std::string& title, int32_t& color) override;
   // The open-file dialog over this machine's folders; each change of folder is a new dialog.
   bool ChooseFile(view::FileChoice& choice) override;
+  // A file (or an http, https or mailto address) goes to the page: a box that offers it as a
+  // download link (`/api/windows/<id>/files/<n>`) and waits until the user closes it. Each
+  // window keeps only the last file; one larger than kMaxFile, a folder or another kind of
+  // address is refused (false). The window's thread hands mShellExecute's opening to this.
+  bool OpenFile(const std::string& target) override;
+  static constexpr size_t kMaxFile = size_t(64) << 20;
+  // The file handed over as number `n`, as a download; 404 when it is no longer kept.
+  WebReply File(const std::string& n);
   // The browse window of a reference field: the page picks a row.
   int Browse(const LookupWindow& window, const db::Recordset& rows, const std::string& textColumn);
 
@@ -130,6 +142,9 @@ class WebWindow : public view::Platform, public IFormEvents {
   nlohmann::json m_View;
   nlohmann::json m_Result;
   nlohmann::json m_Dialog;
+  int m_FileSerial = 0;  // the number of the file kept, 0 for none
+  std::string m_FileName;
+  std::shared_ptr<const std::string> m_File;
   std::optional<nlohmann::json> m_Answer;
   nlohmann::json m_Events = nlohmann::json::array();
   std::string m_Status;

@@ -49,6 +49,9 @@ class Platform {
   // filled in (paths, filter index, flags); on Cancel false. A platform without the dialog
   // answers Cancel.
   virtual bool ChooseFile(FileChoice& /*choice*/) { return false; }
+  // Hands a file (a native path) or an address to the user, to be opened where the user sits:
+  // true when it was handed over. A platform that cannot hand one over answers false.
+  virtual bool OpenFile(const std::string& /*target*/) { return false; }
 };
 
 // Names of a box's icon and buttons, as transcripts and pages show them.

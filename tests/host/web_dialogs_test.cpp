@@ -4,11 +4,14 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <thread>
 
+#include "files/mShellExecute.h"
 #include "frame/Form.h"
 #include "host/Setup.h"
 #include "host/WebFiles.h"
+#include "host/ScriptHost.h"
 #include "host/WebHost.h"
 
 namespace fs = std::filesystem;
@@ -34,6 +37,9 @@ class DialogForm : public kmd::Form {
     m_Controls.Add<Button>("cmdColour", -1, "颜色")->Click = [this, result] {
       int32_t colour = 0x0000FF;  // red
       result->SetCaption(GetPlatform().ChooseColor("颜色", colour) ? std::to_string(colour) : "Cancel");
+    };
+    m_Controls.Add<Button>("cmdOpen", -1, "打开")->Click = [result] {
+      result->SetCaption(kmd::mShellExecute::ShellOpen(folder + "/c.png") ? "opened" : "no");
     };
     m_Controls.Add<Button>("cmdSlow", -1, "慢")->Click = [result] {
       std::this_thread::sleep_for(std::chrono::milliseconds(400));
@@ -120,6 +126,28 @@ TEST_F(WebDialogs, ColourDialogSpeaksRgbToThePageAndColourNumbersToTheForm) {
   EXPECT_EQ(Answer(r, "blue").status, 400);
   EXPECT_EQ(Result(Answer(r, "#00ff80").body), std::to_string(0x80FF00));
   EXPECT_EQ(Result(Answer(Click("cmdColour"), nullptr).body), "Cancel");
+}
+
+// A file the form opens reaches the page as a download of the window, never this machine's
+// desktop; the script host prints it.
+TEST_F(WebDialogs, OpenedFileGoesToThePageAsADownload) {
+  std::ofstream(m_Dir / "files/c.png", std::ios::binary) << std::string("<\0html>", 7);
+  json r = Click("cmdOpen");
+  ASSERT_EQ(r["dialog"]["kind"], "open");
+  const std::string url = r["dialog"]["url"];
+  EXPECT_EQ(url.rfind(m_Window + "/files/", 0), 0u) << url;
+  auto file = m_Host->Handle({"GET", url, {}, ""});
+  ASSERT_TRUE(file.file);
+  EXPECT_EQ(*file.file, std::string("<\0html>", 7));
+  EXPECT_EQ(file.fileName, "c.png");
+  EXPECT_EQ(m_Host->Handle({"GET", url + "0", {}, ""}).status, 404);
+  EXPECT_EQ(Answer(r, 1).status, 400);
+  EXPECT_EQ(Result(Answer(r, nullptr).body), "opened");
+
+  std::ostringstream out, err;
+  kmd::host::ScriptHost script(nullptr, out, err);
+  EXPECT_TRUE(kmd::mShellExecute::ShellOpen(DialogForm::folder + "/a.txt"));
+  EXPECT_EQ(out.str(), "open " + DialogForm::folder + "/a.txt\n");
 }
 
 TEST_F(WebDialogs, LongWorkAnswersBusyAndTheNextLookGetsTheResult) {

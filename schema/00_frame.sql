@@ -25,8 +25,9 @@ CREATE TABLE xt_objects (
   ClassName TEXT
 );
 
+-- ProgID is compared both with quoted and with bare numbers, which a whole-number column takes.
 CREATE TABLE xt_billattribute (
-  ProgID TEXT,
+  ProgID INTEGER,
   attribute TEXT,
   code TEXT,
   caption TEXT,

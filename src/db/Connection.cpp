@@ -1,6 +1,6 @@
 #include "db/Connection.h"
 
-#include "base/RuntimeError.h"
+#include "db/PgConnection.h"
 #include "db/SqliteConnection.h"
 
 namespace kmd::db {
@@ -32,8 +32,7 @@ std::string RefusedStatement(const std::string& sql) {
 }
 
 std::shared_ptr<Connection> Open(const std::string& address, bool create) {
-  if (address.rfind("postgres://", 0) == 0 || address.rfind("postgresql://", 0) == 0)
-    throw RuntimeError("PostgreSQL is not built into this program yet");
+  if (pg::IsAddress(address)) return std::make_shared<PgConnection>(address);
   return std::make_shared<SqliteConnection>(address, create);
 }
 

@@ -47,7 +47,8 @@ class Connection {
 
 // Opens a database by its address: a file path (SQLite) or "postgres://..." / "postgresql://...".
 // Throws RuntimeError when it cannot be opened.
-// Only `create` makes a new SQLite file; `kmd init` and tests' scratch databases ask for it.
+// Only `create` makes a new SQLite file; `kmd init` and tests' scratch databases ask for it. A
+// server's database is made by `kmd init` (host::InitDatabase), never by opening it.
 std::shared_ptr<Connection> Open(const std::string& address, bool create = false);
 
 }  // namespace kmd::db

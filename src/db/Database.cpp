@@ -11,9 +11,11 @@ class Command : public IDbCommand {
  public:
   Command(std::shared_ptr<Database> db, std::string sql) : m_Db(std::move(db)), m_Sql(std::move(sql)) {}
 
+  // Gives the rows the statement wrote.
   int32_t Execute() override {
-    m_Db->Run(m_Sql, nullptr);
-    return 0;
+    int64_t before = m_Db->GetConnection().Changes();
+    if (!m_Db->Run(m_Sql, nullptr).empty()) return 0;
+    return static_cast<int32_t>(m_Db->GetConnection().Changes() - before);
   }
 
   Value ExecuteScalar() override {

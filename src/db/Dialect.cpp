@@ -105,11 +105,11 @@ void DropDbo(std::vector<Token>& t) {
   }
 }
 
-void IsNullToIfNull(std::vector<Token>& t) {
+void IsNullTo(std::vector<Token>& t, const char* function) {
   for (size_t i = 0; i < t.size(); ++i) {
     if (!Is(t[i], "isnull")) continue;
     size_t j = NextSolid(t, i + 1);
-    if (j < t.size() && t[j].text == "(") t[i].text = "ifnull";
+    if (j < t.size() && t[j].text == "(") t[i].text = function;
   }
 }
 
@@ -172,7 +172,8 @@ bool IsClauseWord(const Token& t) {
   return false;
 }
 
-void UpdateFrom(std::vector<Token>& t) {
+// `rowid` names the engine's physical row address: rowid on SQLite, ctid on PostgreSQL.
+void UpdateFrom(std::vector<Token>& t, const char* rowid) {
   size_t u = NextSolid(t, 0);
   if (u >= t.size() || !Is(t[u], "update")) return;
   size_t target = NextSolid(t, u + 1);
@@ -200,8 +201,76 @@ void UpdateFrom(std::vector<Token>& t) {
   std::string fromPart = Join(t, from + 1, where);
   while (!fromPart.empty() && fromPart.back() == ' ') fromPart.pop_back();
   std::string wherePart = where < t.size() ? " " + Join(t, where) : "";
-  std::string sql = head + " WHERE rowid IN (SELECT " + alias + ".rowid FROM" + fromPart + wherePart + ")";
+  std::string sql = head + " WHERE " + rowid + " IN (SELECT " + alias + "." + rowid + " FROM" + fromPart + wherePart + ")";
   t = Tokenize(sql);
+}
+
+bool IsPunct(const Token& t, const char* text) { return t.kind == Kind::Punct && t.text == text; }
+
+// Index of the solid token before i, or npos.
+size_t PrevSolid(const std::vector<Token>& t, size_t i) {
+  while (i > 0) {
+    if (t[--i].kind != Kind::Space) return i;
+  }
+  return std::string::npos;
+}
+
+// "+" with a string literal on either side joins texts.
+void PlusToConcat(std::vector<Token>& t) {
+  for (size_t i = 0; i < t.size(); ++i) {
+    if (!IsPunct(t[i], "+")) continue;
+    size_t before = PrevSolid(t, i), after = NextSolid(t, i + 1);
+    if ((before != std::string::npos && t[before].kind == Kind::Literal) ||
+        (after < t.size() && t[after].kind == Kind::Literal))
+      t[i].text = "||";
+  }
+}
+
+void LikeToILike(std::vector<Token>& t) {
+  for (auto& tok : t)
+    if (Is(tok, "like")) tok.text = "ILIKE";
+}
+
+// Each item of an ORDER BY gets the NULL placement of the suite's server: first when ascending,
+// last when descending.
+void NullsOrder(std::vector<Token>& t) {
+  for (size_t i = 0; i < t.size(); ++i) {
+    if (!Is(t[i], "order")) continue;
+    size_t by = NextSolid(t, i + 1);
+    if (by >= t.size() || !Is(t[by], "by")) continue;
+    int depth = t[i].depth;
+    size_t k = by + 1;
+    while (k <= t.size()) {
+      // One item runs to a comma of its level, the end of its query or a clause after it.
+      size_t start = k;
+      bool hasNulls = false;
+      while (k < t.size() && t[k].depth >= depth &&
+             !(t[k].depth == depth && (IsPunct(t[k], ",") || IsPunct(t[k], ";") || IsPunct(t[k], ")") ||
+                                       Is(t[k], "limit") || Is(t[k], "offset") || Is(t[k], "for") ||
+                                       Is(t[k], "union") || Is(t[k], "except") || Is(t[k], "intersect")))) {
+        if (t[k].depth == depth && Is(t[k], "nulls")) hasNulls = true;
+        ++k;
+      }
+      size_t last = PrevSolid(t, k);
+      if (!hasNulls && last != std::string::npos && last >= start) {
+        const char* placement = Is(t[last], "desc") ? " NULLS LAST" : " NULLS FIRST";
+        t.insert(t.begin() + static_cast<long>(last) + 1, Token{Kind::Word, placement, depth});
+        ++k;
+      }
+      if (k < t.size() && t[k].depth == depth && IsPunct(t[k], ",")) {
+        ++k;
+        continue;
+      }
+      break;
+    }
+    i = k;
+  }
+}
+
+void NumberParameters(std::vector<Token>& t) {
+  int n = 0;
+  for (auto& tok : t)
+    if (IsPunct(tok, "?")) tok.text = "$" + std::to_string(++n);
 }
 
 }  // namespace
@@ -209,11 +278,26 @@ void UpdateFrom(std::vector<Token>& t) {
 std::string ToSqlite(const std::string& sql) {
   auto t = Tokenize(sql);
   DropDbo(t);
-  IsNullToIfNull(t);
+  IsNullTo(t, "ifnull");
   DateLiterals(t);
   DeleteWithoutFrom(t);
-  UpdateFrom(t);
+  UpdateFrom(t, "rowid");
   TopToLimit(t);
+  return Join(t);
+}
+
+std::string ToPostgres(const std::string& sql) {
+  auto t = Tokenize(sql);
+  DropDbo(t);
+  IsNullTo(t, "coalesce");
+  DateLiterals(t);
+  DeleteWithoutFrom(t);
+  UpdateFrom(t, "ctid");
+  PlusToConcat(t);
+  LikeToILike(t);
+  NullsOrder(t);
+  TopToLimit(t);
+  NumberParameters(t);
   return Join(t);
 }
 

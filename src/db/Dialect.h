@@ -14,4 +14,13 @@ namespace kmd::db::dialect {
 //                                 -> UPDATE t SET s WHERE rowid IN (SELECT A.rowid FROM t A JOIN ... WHERE w)
 std::string ToSqlite(const std::string& sql);
 
+// Adapts a statement of the suite's server dialect to PostgreSQL, so that it gives what the
+// suite's server gives:
+//   the constructs above, with IsNull as coalesce and the rows of UPDATE ... FROM found by ctid
+//   'a' + b (a string literal on either side) -> 'a' || b
+//   LIKE                          -> ILIKE (Latin case does not matter)
+//   ORDER BY a, b DESC            -> ORDER BY a NULLS FIRST, b DESC NULLS LAST
+//   ? ?                           -> $1 $2
+std::string ToPostgres(const std::string& sql);
+
 }  // namespace kmd::db::dialect

@@ -7,13 +7,15 @@ namespace kmd::db {
 
 int32_t NextId(Connection& connection, const std::string& table, const std::string& keyColumn) {
   std::string name = text::LCase(text::Trim(table));
-  std::string highest = "(SELECT coalesce(max(\"" + text::Trim(keyColumn) + "\"), 0) FROM " + name + ")";
+  // Names go bare, so that the server folds their Latin case as it folded the schema's.
+  std::string highest = "(SELECT coalesce(max(" + text::Trim(keyColumn) + "), 0) FROM " + name + ")";
   // One statement reads the table's highest key, steps the counter and gives it back, so that two
   // connections saving into the same table at once never receive the same id.
   QueryResult r;
   std::string err = connection.Run(
       "INSERT INTO xt_idcounter (tablename, lastid) VALUES (?, " + highest + " + 1) "
-      "ON CONFLICT(tablename) DO UPDATE SET lastid = max(lastid, " + highest + ") + 1 RETURNING lastid",
+      "ON CONFLICT(tablename) DO UPDATE SET lastid = CASE WHEN xt_idcounter.lastid > " + highest +
+      " THEN xt_idcounter.lastid ELSE " + highest + " END + 1 RETURNING lastid",
       {Value(name)}, &r);
   if (!err.empty()) throw RuntimeError(err);
   if (r.rows.empty()) throw RuntimeError("no id was given for " + name);

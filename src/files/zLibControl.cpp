@@ -192,7 +192,7 @@ class Input {
   }
 
  private:
-  static constexpr size_t kInputBuffer = size_t(1) << 20;
+  static constexpr size_t kInputBuffer = size_t(256) << 10;
 
   // Reads until n bytes stand in the buffer; false (or an error when `must`) at the end of file.
   bool Fill(size_t n, bool must = true) {
@@ -220,12 +220,15 @@ class Input {
   size_t m_Begin = 0, m_End = 0;
 };
 
-// Writes a file through a large buffer that the caller fills in place: the inflated blocks of a
-// file go out in few large writes.
+// Writes a file through a buffer that the caller fills in place, in few large writes. The buffer
+// is small enough to stay in the core's cache between being filled and being written.
 class Output {
  public:
-  explicit Output(const std::string& path) : m_Path(path) {
-    m_Fd = Fd(::open(path.c_str(), O_WRONLY | O_CLOEXEC));  // new and empty: no truncation
+  // Opens an existing file (`create` false: a new, empty one that needs no truncation) or
+  // creates the file anew.
+  Output(const std::string& path, bool create) : m_Path(path) {
+    const int flags = O_WRONLY | O_CLOEXEC | (create ? O_CREAT | O_TRUNC : 0);
+    m_Fd = Fd(::open(path.c_str(), flags, 0666));
     if (m_Fd.Get() < 0) Fail("Path/File access error: " + path + " (" + std::strerror(errno) + ")");
   }
   // Room for n bytes at the end of what is buffered.
@@ -240,6 +243,24 @@ class Output {
     m_Used += n;
     if (m_Used >= kOutputBuffer) Flush();
   }
+  void Write(const void* data, size_t n) {
+    std::memcpy(Room(n), data, n);
+    Commit(n);
+  }
+  void WriteLong(int32_t v) {
+    const auto u = static_cast<uint32_t>(v);
+    const unsigned char b[4] = {static_cast<unsigned char>(u), static_cast<unsigned char>(u >> 8),
+                                static_cast<unsigned char>(u >> 16), static_cast<unsigned char>(u >> 24)};
+    Write(b, 4);
+  }
+  // Bytes written so far, buffered ones included.
+  int64_t Pos() const { return m_Flushed + static_cast<int64_t>(m_Used); }
+  // Writes over bytes already written at `pos`.
+  void Patch(int64_t pos, const void* data, size_t n) {
+    Flush();
+    if (::pwrite(m_Fd.Get(), data, n, pos) != static_cast<ssize_t>(n))
+      Fail("Device I/O error writing " + m_Path + " (" + std::strerror(errno) + ")");
+  }
   void Flush() {
     for (size_t done = 0; done < m_Used;) {
       const ssize_t n = ::write(m_Fd.Get(), m_Buf.data() + done, m_Used - done);
@@ -247,6 +268,7 @@ class Output {
       if (n <= 0) Fail("Device I/O error writing " + m_Path + " (" + std::strerror(errno) + ")");
       done += static_cast<size_t>(n);
     }
+    m_Flushed += static_cast<int64_t>(m_Used);
     m_Used = 0;
   }
   void Close() {
@@ -255,11 +277,12 @@ class Output {
   }
 
  private:
-  static constexpr size_t kOutputBuffer = size_t(2) << 20;
+  static constexpr size_t kOutputBuffer = size_t(256) << 10;
   std::string m_Path;
   Fd m_Fd;
   std::vector<unsigned char> m_Buf;
   size_t m_Used = 0;
+  int64_t m_Flushed = 0;
 };
 
 // Removes a temporary file when the scope ends, whatever way it ends, and forgets its name; a
@@ -293,6 +316,14 @@ std::string WithoutDrive(const std::string& name) {
 int32_t CheckedLong(int64_t v, const std::string& what) {
   if (v > std::numeric_limits<int32_t>::max()) Fail("Overflow: " + what + " is larger than 2 GB");
   return static_cast<int32_t>(v);
+}
+
+void PutLong(unsigned char* at, int32_t v) {
+  const auto u = static_cast<uint32_t>(v);
+  at[0] = static_cast<unsigned char>(u);
+  at[1] = static_cast<unsigned char>(u >> 8);
+  at[2] = static_cast<unsigned char>(u >> 16);
+  at[3] = static_cast<unsigned char>(u >> 24);
 }
 
 uint32_t Crc32(uint32_t crc, const void* data, size_t n) { return libdeflate_crc32(crc, data, n); }
@@ -520,70 +551,27 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
     if (!fs::remove(target, ec) || ec) Fail("Permission denied: " + filename);
   }
 
-  BinFile out(target, "wb");
+  // The blocks go straight into the container; an entry's compressed CRC and length, known at
+  // its end, are written into its header then.
+  Output out(target, true);
   out.WriteLong(kBannerLength);
   out.Write(kBanner, kBannerLength);
   out.WriteLong(m_LastIndex);
 
   const int64_t readBuf = m_ReadBuf;
-  std::vector<unsigned char> src, dest;
+  std::vector<unsigned char> src;
   for (auto& f : m_Files) {
     // A missing source writes nothing; the count in the header stays as it is.
     if (f.Path.empty() || !fs::exists(zpath::ToNative(f.Path), ec)) continue;
+    // The block stream needs no file of its own.
+    RemoveQuietly(f.TempFile);
+    f.TempFile.clear();  // the name may be another program's from now on
 
     SetValue(0);
     SetMax(f.FileSize);
-    uint32_t crc = 0;
-    if (f.TempFile.empty()) f.TempFile = NewTempName();  // an earlier Compress used up the first
-    BinFile tmp(f.TempFile, "w+b");
     BinFile in(zpath::ToNative(f.Path), "rb");
     const int64_t length = in.Length();
     CheckedLong(length, f.Path);
-    const int64_t blocks = (length + readBuf - 1) / readBuf;
-    for (int64_t b = 0; b < blocks; ++b) {
-      const int64_t srcLen = (b == blocks - 1) ? length - b * readBuf : readBuf;
-      if (srcLen == 0) break;
-      uLongf capacity = static_cast<uLongf>(text::RoundHalfEven(double(srcLen) / 1000.0 + double(srcLen) + 12.0));
-      dest.resize(capacity);
-      src.resize(static_cast<size_t>(srcLen));
-      in.Read(src.data(), src.size());
-
-      uLongf destLen = capacity;
-      int result = ::compress2(dest.data(), &destLen, src.data(), static_cast<uLong>(srcLen), level);
-      for (int counter = 0; result != Z_OK; ++counter) {
-        if (result == Z_BUF_ERROR) {
-          capacity *= 2;
-          dest.resize(capacity);
-          destLen = capacity;
-          result = ::compress2(dest.data(), &destLen, src.data(), static_cast<uLong>(srcLen), level);
-        } else if (result == Z_STREAM_ERROR) {
-          level = 6;  // a level zlib does not know: the default for the rest of this call
-          destLen = capacity;
-          result = ::compress2(dest.data(), &destLen, src.data(), static_cast<uLong>(srcLen), level);
-        } else {
-          counter = 11;
-        }
-        if (counter >= 10 && result != Z_OK) {
-          // The unfinished target and block stream stay on the disk.
-          in.Close();
-          tmp.Close();
-          out.Close();
-          return static_cast<int16_t>(result);
-        }
-      }
-      crc = Crc32(crc, dest.data(), destLen);
-      tmp.WriteLong(static_cast<int32_t>(srcLen));
-      tmp.WriteLong(static_cast<int32_t>(destLen));
-      tmp.Write(dest.data(), destLen);
-      Progress(int64_t(m_Value) + readBuf);
-    }
-    in.Close();
-
-    tmp.Seek(0);
-    f.Compressed_CRC32 = crc;
-    f.Compressed_Size = CheckedLong(tmp.Length(), f.Path);
-    SetValue(0);
-    SetMax(CheckedLong(int64_t(f.Compressed_Size) + 6, f.Path));
 
     // The length counts the characters that the bytes hold, so that the two always agree.
     const std::string name = zpath::ToCp936(f.filename);
@@ -591,21 +579,60 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
     out.Write(name.data(), name.size());
     out.WriteLong(f.FileSize);
     out.WriteLong(static_cast<int32_t>(f.Original_Crc32));
-    out.WriteLong(static_cast<int32_t>(f.Compressed_CRC32));
-    out.WriteLong(f.Compressed_Size);
-    Progress(int64_t(m_Value) + 6);
+    const int64_t sums = out.Pos();
+    out.WriteLong(0);  // Compressed_CRC32 and Compressed_Size, written at the end of the entry
+    out.WriteLong(0);
+    const int64_t stream = out.Pos();
 
-    std::vector<unsigned char> buf(static_cast<size_t>(readBuf));
-    for (int64_t left = f.Compressed_Size; left > 0;) {
-      const size_t n = static_cast<size_t>(std::min(left, readBuf));
-      tmp.Read(buf.data(), n);
-      out.Write(buf.data(), n);
-      left -= static_cast<int64_t>(n);
-      Progress(int64_t(m_Value) + static_cast<int64_t>(n));
+    uint32_t crc = 0;
+    const int64_t blocks = (length + readBuf - 1) / readBuf;
+    for (int64_t b = 0; b < blocks; ++b) {
+      const int64_t srcLen = (b == blocks - 1) ? length - b * readBuf : readBuf;
+      if (srcLen == 0) break;
+      uLongf capacity = static_cast<uLongf>(text::RoundHalfEven(double(srcLen) / 1000.0 + double(srcLen) + 12.0));
+      src.resize(static_cast<size_t>(srcLen));
+      in.Read(src.data(), src.size());
+
+      // Compressed in place after the block's header, which is filled in once the length is known.
+      unsigned char* head = out.Room(8 + capacity);
+      uLongf destLen = capacity;
+      int result = ::compress2(head + 8, &destLen, src.data(), static_cast<uLong>(srcLen), level);
+      for (int counter = 0; result != Z_OK; ++counter) {
+        if (result == Z_BUF_ERROR) {
+          capacity *= 2;
+          head = out.Room(8 + capacity);
+          destLen = capacity;
+          result = ::compress2(head + 8, &destLen, src.data(), static_cast<uLong>(srcLen), level);
+        } else if (result == Z_STREAM_ERROR) {
+          level = 6;  // a level zlib does not know: the default for the rest of this call
+          destLen = capacity;
+          result = ::compress2(head + 8, &destLen, src.data(), static_cast<uLong>(srcLen), level);
+        } else {
+          counter = 11;
+        }
+        if (counter >= 10 && result != Z_OK) {
+          // The unfinished target stays on the disk.
+          in.Close();
+          out.Close();
+          return static_cast<int16_t>(result);
+        }
+      }
+      crc = Crc32(crc, head + 8, destLen);
+      PutLong(head, static_cast<int32_t>(srcLen));
+      PutLong(head + 4, static_cast<int32_t>(destLen));
+      out.Commit(8 + destLen);
+      Progress(int64_t(m_Value) + readBuf);
     }
-    tmp.Close();
-    RemoveQuietly(f.TempFile);
-    f.TempFile.clear();  // the name may be another program's from now on
+    in.Close();
+
+    f.Compressed_CRC32 = crc;
+    f.Compressed_Size = CheckedLong(out.Pos() - stream, f.Path);
+    unsigned char both[8];
+    PutLong(both, static_cast<int32_t>(crc));
+    PutLong(both + 4, f.Compressed_Size);
+    out.Patch(sums, both, sizeof both);
+    SetMax(CheckedLong(int64_t(f.Compressed_Size) + 6, f.Path));
+    SetValue(m_Max);
   }
   out.Close();
   return 0;
@@ -750,7 +777,7 @@ int16_t zLibControl::Decompress(const std::string& filename, const std::string& 
 
     f.TempFile = NewTempName();
     TempGuard guard(f.TempFile);
-    Output tmp(f.TempFile);
+    Output tmp(f.TempFile, false);
     uint32_t crcOriginal = 0, crcCompressed = 0;
     int64_t remaining = f.Compressed_Size;
     while (remaining > 0) {

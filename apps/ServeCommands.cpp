@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "db/Connection.h"
+#include "db/PgConnection.h"
 #include "host/Journal.h"
 #include "host/WebHost.h"
 
@@ -61,7 +62,7 @@ int Serve() {
   // The page answers only to the address it is opened by: the address listened on, or loopback.
   std::string shown = g.bind == "0.0.0.0" ? "127.0.0.1" : g.bind == "::" ? "::1" : g.bind;
   if (shown.find(':') != std::string::npos) shown = "[" + shown + "]";
-  std::cout << "kmd serve: open http://" << shown << ":" << port << "/ (database " << g.db << ", user " << g.user
+  std::cout << "kmd serve: open http://" << shown << ":" << port << "/ (database " << (db::pg::IsAddress(g.db) ? db::pg::Shown(g.db) : g.db) << ", user " << g.user
             << "; Ctrl+C stops)" << std::endl;
   std::thread waiter([&] {
     int sig = 0;
@@ -94,14 +95,14 @@ void AddServeCommands(CLI::App& app, const std::string& home, const std::string&
   g.home = home;
   g.user = user;
   g.serve = app.add_subcommand("serve", "Serve the forms to a browser");
-  g.serve->add_option("--db", g.db, "Database file")->required();
+  g.serve->add_option("--db", g.db, "Database file or postgresql:// address")->required();
   g.serve->add_option("--port", g.port, "TCP port (0: any free port)")->capture_default_str();
   g.serve->add_option("--home", g.home, "The user's home folder (form status files)");
   g.serve->add_option("--user", g.user, "The user's name");
   g.serve->add_option("--bind", g.bind, "Address to listen on; anything but 127.0.0.1 needs care: there is no login")
       ->capture_default_str();
   g.journal = app.add_subcommand("journal", "Print the operation journal");
-  g.journal->add_option("--db", g.db, "Database file")->required();
+  g.journal->add_option("--db", g.db, "Database file or postgresql:// address")->required();
   g.journal->add_option("--since", g.since, "Only lines from this time on, e.g. 2026-11-23 or \"2026-11-23 14:00\"");
 }
 

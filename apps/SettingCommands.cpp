@@ -26,7 +26,7 @@ Command g_Parameter;
 void Add(CLI::App& app, Command& c, const char* name, const char* what) {
   c.isOption = std::string(name) == "option";
   c.app = app.add_subcommand(name, what);
-  c.app->add_option("--db", c.db, "Database file")->required();
+  c.app->add_option("--db", c.db, "Database file or postgresql:// address")->required();
   c.app->add_option("ACTION", c.action, "get or set")->required()->check(CLI::IsMember({"get", "set"}));
   c.app->add_option("MODULE", c.module, "Module number (12 for the master-data forms)")->required();
   c.app->add_option("KEY", c.key, "Key, a number or a name")->required();

@@ -9,6 +9,7 @@
 
 #include "db/Connection.h"
 #include "db/Database.h"
+#include "db/PgConnection.h"
 #include "host/Context.h"
 #include "host/ScriptHost.h"
 #include "host/Setup.h"
@@ -42,14 +43,14 @@ int main(int argc, char** argv) {
   std::string db;
   bool force = false;
   auto* init = app.add_subcommand("init", "Make a database with the full schema and demo data");
-  init->add_option("--db", db, "Database file")->required();
+  init->add_option("--db", db, "Database file or postgresql:// address")->required();
   init->add_flag("--force", force, "Replace an existing file");
 
   std::string script;
   std::string home = DefaultHome();
   std::string user = DefaultUser();
   auto* run = app.add_subcommand("run", "Run a form script (one command a line) and print its transcript");
-  run->add_option("--db", db, "Database file")->required();
+  run->add_option("--db", db, "Database file or postgresql:// address")->required();
   run->add_option("SCRIPT", script, "Script file, or - for standard input")->required();
   run->add_option("--home", home, "The user's home folder (form status files in <home>/selfbb)")
       ->capture_default_str();
@@ -66,7 +67,7 @@ int main(int argc, char** argv) {
   try {
     if (init->parsed()) {
       kmd::host::InitDatabase(db, force);
-      std::cout << "made " << db << "\n";
+      std::cout << "made " << (kmd::db::pg::IsAddress(db) ? kmd::db::pg::Shown(db) : db) << "\n";
       return 0;
     }
     if (run->parsed()) {

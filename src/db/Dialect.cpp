@@ -245,7 +245,7 @@ void NullsOrder(std::vector<Token>& t) {
       size_t start = k;
       bool hasNulls = false;
       while (k < t.size() && t[k].depth >= depth &&
-             !(t[k].depth == depth && (IsPunct(t[k], ",") || IsPunct(t[k], ";") || IsPunct(t[k], ")") ||
+             !(t[k].depth == depth && (IsPunct(t[k], ",") || IsPunct(t[k], ";") ||
                                        Is(t[k], "limit") || Is(t[k], "offset") || Is(t[k], "for") ||
                                        Is(t[k], "union") || Is(t[k], "except") || Is(t[k], "intersect")))) {
         if (t[k].depth == depth && Is(t[k], "nulls")) hasNulls = true;

@@ -305,6 +305,7 @@ std::string PgConnection::BeginImmediate() {
 }
 
 std::string PgConnection::Commit() {
+  if (!InTransaction()) return "cannot commit - no transaction is active";
   Result res(PQexec(m_Conn, "COMMIT"), PQclear);
   if (Failed(res.get())) return ErrorOf(m_Conn, res.get());
   // A transaction that had failed ends in a rollback, without an error.
@@ -312,7 +313,10 @@ std::string PgConnection::Commit() {
   return "";
 }
 
-std::string PgConnection::Rollback() { return Exec("ROLLBACK"); }
+std::string PgConnection::Rollback() {
+  if (!InTransaction()) return "cannot rollback - no transaction is active";
+  return Exec("ROLLBACK");
+}
 
 bool PgConnection::InTransaction() const {
   auto st = PQtransactionStatus(m_Conn);

@@ -30,7 +30,7 @@ std::string WriteJournal(db::Connection& connection, JournalLine line) {
 std::vector<JournalLine> ReadJournal(db::Connection& connection, const std::string& since, int limit) {
   db::QueryResult r;
   std::string sql = "SELECT time, username, form, level, title, message, id FROM xt_journal WHERE time >= ? ORDER BY id";
-  if (limit > 0) sql = "SELECT * FROM (" + sql + " DESC LIMIT " + std::to_string(limit) + ") ORDER BY id";
+  if (limit > 0) sql = "SELECT * FROM (" + sql + " DESC LIMIT " + std::to_string(limit) + ") AS recent ORDER BY id";
   std::string err = connection.Run(sql, {Value(since)}, &r);
   if (!err.empty()) throw RuntimeError(err);
   std::vector<JournalLine> lines;

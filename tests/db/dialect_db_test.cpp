@@ -9,6 +9,7 @@
 #include "db/Database.h"
 #include "db/Dialect.h"
 #include "db/IdCounter.h"
+#include "db/Scratch.h"
 #include "db/SqliteConnection.h"
 
 using namespace kmd;
@@ -32,10 +33,18 @@ TEST(Dialect, DboIsNullDatesAndDeleteWithoutFrom) {
   EXPECT_EQ(ToSqlite("delete from t where a=1"), "delete from t where a=1");
 }
 
+// On the engine that KMD_TEST_DB names: SQLite in memory, or a scratch database on the server.
 class DbTest : public testing::Test {
  protected:
   void SetUp() override {
-    conn = std::make_shared<db::SqliteConnection>(":memory:");
+    address = test::ScratchAddress(testing::TempDir(), "dbtest");
+    if (db::pg::IsAddress(address)) {
+      test::DropScratch(address);
+      db::pg::CreateDatabase(address);
+      conn = db::Open(address);
+    } else {
+      conn = std::make_shared<db::SqliteConnection>(":memory:");
+    }
     ASSERT_EQ(conn->RunScript("CREATE TABLE xt_idcounter (tablename TEXT PRIMARY KEY, lastid INTEGER);"
                               "CREATE TABLE kmdwldw (往来ID INTEGER PRIMARY KEY, 销售员ID INTEGER);"
                               "CREATE TABLE kmdwlxsy (往来ID INTEGER, 销售员ID INTEGER);"
@@ -46,7 +55,13 @@ class DbTest : public testing::Test {
               "");
     database = std::make_shared<db::Database>(conn);
   }
-  std::shared_ptr<db::SqliteConnection> conn;
+  void TearDown() override {
+    database.reset();
+    conn.reset();
+    test::DropScratch(address);
+  }
+  std::string address;
+  std::shared_ptr<db::Connection> conn;
   std::shared_ptr<db::Database> database;
 };
 

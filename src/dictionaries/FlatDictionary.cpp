@@ -298,11 +298,7 @@ bool FlatDictionary::FileDelete() {
       m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();
       auto db = Database();
       if (m_DeleteInTransaction) db->BeginTrans();
-      for (const auto& sql : DeleteSql()) {
-        db->CreateCommand(sql, 1)->Execute();
-        // A statement that failed ends the delete through the error path: the node stays.
-        if (std::string err = db->LastError().Description(); !err.empty()) throw RuntimeError(err);
-      }
+      for (const auto& sql : DeleteSql()) db->CreateCommand(sql, 1)->Execute();
       if (m_DeleteInTransaction) db->CommitTrans();
       std::string journal = DeleteJournal(node->Text);
       if (!journal.empty()) RaiseErrMessage(journal, kJournal, m_Title);

@@ -311,21 +311,15 @@ bool CodedHierarchy::FileSave() {
     // The selected node is the new record's parent when its code is the parent code label.
     auto selected = Tree()->SelectedItem();
     bool underSelected = isNew && CutCode(selected) == m_ParentLabel->Caption();
-    // A statement that failed ends the save before the tree shows anything of it.
-    auto failed = [&] {
-      std::string err = db->LastError().Description();
-      if (!err.empty()) RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, m_Title);
-      return !err.empty();
-    };
     if (underSelected)
-      for (const auto& s : ParentBranchSql(ParentText(), id)) {
-        db->CreateCommand(s, 1)->Execute();
-        if (failed()) return false;
-      }
+      for (const auto& s : ParentBranchSql(ParentText(), id)) db->CreateCommand(s, 1)->Execute();
     db->CreateCommand(sql, 1)->Execute();
-    if (failed()) return false;
+    std::string err = db->LastError().Description();
+    if (!err.empty()) {
+      RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, m_Title);
+      return false;
+    }
     AfterWrite(isNew, id, code);
-    if (failed()) return false;
     m_SegmentBox->MaxLength = 0;
     if (isNew) {
       m_IdLabel->SetCaption(std::to_string(id));

@@ -137,10 +137,9 @@ class CodedHierarchy : public Form {
   virtual std::string DetailCheckSql(const std::string& id) const = 0;
   virtual std::string InsertSql(int32_t id, const std::string& code, int level) const = 0;
   virtual std::string UpdateSql(int32_t id, const std::string& code) const = 0;
-  // Run before the insert of a first child under `parent`; results not looked at, but a failed
-  // statement ends the save.
+  // Run before the insert of a first child under `parent`; results not looked at.
   virtual std::vector<std::string> ParentBranchSql(const std::string& parent, int32_t newId) const;
-  // After a save was written; a failure of its last statement ends the save.
+  // After a save was written.
   virtual void AfterWrite(bool /*isNew*/, int32_t /*id*/, const std::string& /*code*/) {}
   // Reads the record by id for the delete guard.
   virtual std::string DeleteCheckSql(int32_t id) const = 0;

@@ -70,12 +70,12 @@ std::string Hex8(uint32_t v) {
   return buf;
 }
 
-// Binary file on a FILE*, with the run-time errors the control reports for file trouble.
+// A file read from start to end on a FILE*, with the run-time errors the control reports for
+// file trouble.
 class BinFile {
  public:
-  BinFile(const std::string& path, const char* mode)
-      : m_Path(path), m_Writing(std::strpbrk(mode, "wa+") != nullptr) {
-    m_File = std::fopen(path.c_str(), mode);
+  explicit BinFile(const std::string& path) : m_Path(path) {
+    m_File = std::fopen(path.c_str(), "rb");
     if (!m_File) Fail("Path/File access error: " + path + " (" + std::strerror(errno) + ")");
     struct stat st {};
     if (::fstat(::fileno(m_File), &st) == 0 && S_ISDIR(st.st_mode)) {
@@ -91,55 +91,18 @@ class BinFile {
     if (m_File) std::fclose(m_File);
     m_File = nullptr;
   }
-
-  int64_t Pos() const { return ::ftello(m_File); }
   int64_t Length() const {
-    if (m_Writing) std::fflush(m_File);
     struct stat st {};
     if (::fstat(::fileno(m_File), &st) != 0) Fail("Device I/O error: " + m_Path);
     return st.st_size;
   }
-  int64_t Left() const { return std::max<int64_t>(0, Length() - Pos()); }
-  // Seeking past the end is allowed; the next read then fails.
-  void Seek(int64_t pos) {
-    if (::fseeko(m_File, pos, SEEK_SET) != 0) Fail("Bad file position in " + m_Path);
-  }
-
-  void Write(const void* data, size_t n) {
-    if (n && std::fwrite(data, 1, n, m_File) != n) Fail("Device I/O error writing " + m_Path);
-  }
-  void WriteLong(int32_t v) {
-    const auto u = static_cast<uint32_t>(v);
-    const unsigned char b[4] = {static_cast<unsigned char>(u), static_cast<unsigned char>(u >> 8),
-                                static_cast<unsigned char>(u >> 16), static_cast<unsigned char>(u >> 24)};
-    Write(b, 4);
-  }
-
-  size_t ReadSome(void* data, size_t n) { return n ? std::fread(data, 1, n, m_File) : 0; }
   void Read(void* data, size_t n) {
-    if (ReadSome(data, n) != n) Fail("Input past end of file: " + m_Path);
-  }
-  bool TryReadLong(int32_t& v) {
-    unsigned char b[4];
-    if (ReadSome(b, 4) != 4) return false;
-    v = static_cast<int32_t>(uint32_t(b[0]) | uint32_t(b[1]) << 8 | uint32_t(b[2]) << 16 | uint32_t(b[3]) << 24);
-    return true;
-  }
-  int32_t ReadLong() {
-    int32_t v = 0;
-    if (!TryReadLong(v)) Fail("Input past end of file: " + m_Path);
-    return v;
-  }
-  unsigned char ReadByte() {
-    unsigned char b = 0;
-    Read(&b, 1);
-    return b;
+    if (n && std::fread(data, 1, n, m_File) != n) Fail("Input past end of file: " + m_Path);
   }
 
  private:
   std::FILE* m_File = nullptr;
   std::string m_Path;
-  bool m_Writing;
 };
 
 // A container opened for reading: one large buffer, so that a block's bytes are inflated where
@@ -524,7 +487,7 @@ uint32_t zLibControl::Calculate_Crc32(const std::string& filename) {
   const std::string native = zpath::ToNative(filename);
   std::error_code ec;
   if (!fs::is_regular_file(native, ec)) return 0;
-  BinFile in(native, "rb");
+  BinFile in(native);
   std::vector<unsigned char> buf(static_cast<size_t>(m_ReadBuf));
   uint32_t crc = 0;
   int64_t left = in.Length();
@@ -569,7 +532,7 @@ int16_t zLibControl::Compress(const std::string& filename, bool Overwrite, int32
 
     SetValue(0);
     SetMax(f.FileSize);
-    BinFile in(zpath::ToNative(f.Path), "rb");
+    BinFile in(zpath::ToNative(f.Path));
     const int64_t length = in.Length();
     CheckedLong(length, f.Path);
 

@@ -31,7 +31,9 @@ class zLibControl {
     uint32_t Compressed_CRC32 = 0;
     int32_t FileSize = 0;
     int32_t Compressed_Size = 0;
-    std::string TempFile;  // native path of the block stream while it is built or read
+    // A temporary file of the entry: reserved (empty) when the file is added and removed when it
+    // is packed; while unpacking, where its bytes are inflated before they move into place.
+    std::string TempFile;
   };
 
   // One filled area of the bar's face, in scale units: the long axis runs from 0 to Max, the

@@ -38,42 +38,25 @@ TEST(ColorConverter, PackingConstrainsEachPartAndSplittingUsesTheBytes) {
   EXPECT_EQ(b, 100);
 }
 
-TEST(ColorConverter, GreysRoundHalfToEven) {
-  EXPECT_EQ(RgbOf(0, 0, 100), "255, 255, 255");
-  EXPECT_EQ(RgbOf(200, 0, 50), "128, 128, 128");  // 127.5
-  EXPECT_EQ(RgbOf(0, 0, 0), "0, 0, 0");
-  EXPECT_EQ(HsbOf(0, 0, 0), "0, 0, 0");
-  for (int grey : {1, 77, 128, 254, 255}) {
-    const int32_t hsb = ColorConverter::RGBToHSB(ColorConverter::RGBToLong(grey, grey, grey));
-    EXPECT_EQ(ColorConverter::hue(hsb), 0) << grey;
-    EXPECT_EQ(ColorConverter::Saturation(hsb), 0) << grey;
-  }
-}
-
-TEST(ColorConverter, PrimariesAndTheirHues) {
-  EXPECT_EQ(HsbOf(255, 0, 0), "0, 100, 100");
-  EXPECT_EQ(HsbOf(0, 255, 0), "120, 100, 100");
-  EXPECT_EQ(HsbOf(0, 0, 255), "240, 100, 100");
-  EXPECT_EQ(RgbOf(0, 100, 100), "255, 0, 0");
-  EXPECT_EQ(RgbOf(120, 100, 100), "0, 255, 0");
-  EXPECT_EQ(RgbOf(240, 100, 100), "0, 0, 255");
-  // A tie of red and green takes red's formula; of green and blue, green's.
-  EXPECT_EQ(HsbOf(255, 255, 0), "60, 100, 100");
-  EXPECT_EQ(HsbOf(0, 255, 255), "180, 100, 100");
-  // A hue of -0.24 rounds to 0 and stays; -1.18 rounds to -1 and comes round to 359.
-  EXPECT_EQ(HsbOf(255, 0, 1), "0, 100, 100");
-  EXPECT_EQ(HsbOf(255, 0, 5), "359, 100, 100");
-}
-
-TEST(ColorConverter, SinglePrecisionDecidesTheseValues) {
-  // In double precision each of these would land on the other side of a half.
-  EXPECT_EQ(RgbOf(0, 25, 40), "102, 76, 76");
-  EXPECT_EQ(RgbOf(0, 60, 25), "64, 25, 25");
-  EXPECT_EQ(RgbOf(0, 90, 100), "255, 26, 26");
-  EXPECT_EQ(RgbOf(2, 60, 75), "191, 80, 76");
-  EXPECT_EQ(ColorConverter::hue(ColorConverter::RGBToHSB(ColorConverter::RGBToLong(0, 24, 1))), 123);
-  EXPECT_EQ(ColorConverter::hue(ColorConverter::RGBToHSB(ColorConverter::RGBToLong(0, 40, 3))), 124);
-  EXPECT_EQ(ColorConverter::hue(ColorConverter::RGBToHSB(ColorConverter::RGBToLong(0, 120, 1))), 121);
+// Greys round half to even (127.5 -> 128); a tie of red and green takes red's formula, of green and
+// blue green's; a hue of -0.24 rounds to 0, -1.18 to -1 and comes round to 359. The last four of
+// each list land on the other side of a half in double precision: single precision decides them.
+TEST(ColorConverter, ConversionsBothWays) {
+  struct Case {
+    int a, b, c;
+    const char* want;
+  };
+  for (const Case& t : std::initializer_list<Case>{
+           {0, 0, 100, "255, 255, 255"}, {200, 0, 50, "128, 128, 128"}, {0, 0, 0, "0, 0, 0"},
+           {0, 100, 100, "255, 0, 0"}, {120, 100, 100, "0, 255, 0"}, {240, 100, 100, "0, 0, 255"},
+           {0, 25, 40, "102, 76, 76"}, {0, 60, 25, "64, 25, 25"}, {0, 90, 100, "255, 26, 26"}, {2, 60, 75, "191, 80, 76"}})
+    EXPECT_EQ(RgbOf(t.a, t.b, t.c), t.want) << t.a << " " << t.b << " " << t.c;
+  for (const Case& t : std::initializer_list<Case>{
+           {0, 0, 0, "0, 0, 0"}, {255, 0, 0, "0, 100, 100"}, {0, 255, 0, "120, 100, 100"}, {0, 0, 255, "240, 100, 100"},
+           {255, 255, 0, "60, 100, 100"}, {0, 255, 255, "180, 100, 100"}, {255, 0, 1, "0, 100, 100"},
+           {255, 0, 5, "359, 100, 100"}, {0, 24, 1, "123, 100, 9"}, {0, 40, 3, "124, 100, 16"}, {0, 120, 1, "121, 100, 47"}})
+    EXPECT_EQ(HsbOf(t.a, t.b, t.c), t.want) << t.a << " " << t.b << " " << t.c;
+  for (int grey : {1, 77, 128, 254, 255}) EXPECT_EQ(HsbOf(grey, grey, grey).substr(0, 6), "0, 0, ") << grey;
 }
 
 TEST(ColorConverter, SweepStaysInRangeBothWays) {

@@ -30,6 +30,11 @@ class SplitterTest : public ::testing::Test {
     sp->Resize();
     events.clear();
   }
+  // "left top width height" of a control.
+  static std::string Box(const view::Control* c) {
+    return std::to_string(c->Left()) + " " + std::to_string(c->Top()) + " " + std::to_string(c->Width()) + " " +
+           std::to_string(c->Height());
+  }
   void Drag(float x) {
     sp->UserMouseDown(1, 0);
     sp->UserMouseMove(1, x);
@@ -45,18 +50,10 @@ class SplitterTest : public ::testing::Test {
 }  // namespace
 
 TEST_F(SplitterTest, LayoutPutsTheControlsEitherSideOfTheBar) {
-  EXPECT_EQ(sp->Left(), 3000);
-  EXPECT_EQ(sp->Width(), 75);
-  EXPECT_EQ(sp->Height(), 6000 - 100 - 40);
-  EXPECT_EQ(tree->Left(), 0);
-  EXPECT_EQ(tree->Top(), 70);
-  EXPECT_EQ(tree->Width(), 3000);
-  EXPECT_EQ(tree->Height(), sp->Height());
-  EXPECT_EQ(frame->Left(), 3075);
-  EXPECT_EQ(frame->Top(), 100);
-  EXPECT_EQ(frame->Width(), 9000 - 3000 - 75 - 40);
-  // The bar's width is held at SplitterWidth.
-  sp->SetWidth(500);
+  EXPECT_EQ(Box(sp), "3000 100 75 5860");
+  EXPECT_EQ(Box(tree), "0 70 3000 5860");
+  EXPECT_EQ(Box(frame).substr(0, 14), "3075 100 5885 ");
+  sp->SetWidth(500);  // held at SplitterWidth
   EXPECT_EQ(sp->Width(), 75);
 }
 
@@ -103,18 +100,18 @@ TEST_F(SplitterTest, ResizeKeepsTheProportionWithinTheLimits) {
 }
 
 TEST_F(SplitterTest, HiddenSidesMoveTheBarOffTheEdgeAndBack) {
+  auto state = [&] {
+    return std::to_string(sp->Left()) + " " + std::to_string(tree->Width()) + " " + std::to_string(frame->Left()) + " " +
+           std::to_string(frame->Width()) + (frame->Visible() ? "" : " hidden");
+  };
   sp->SetControlVisible2(false);
-  EXPECT_FALSE(frame->Visible());
-  EXPECT_EQ(sp->Left(), 9000);
-  EXPECT_EQ(tree->Width(), 9000);
+  EXPECT_EQ(state().substr(0, 10), "9000 9000 ");
+  EXPECT_TRUE(state().ends_with(" hidden"));
   sp->SetControlVisible2(true);
-  EXPECT_TRUE(frame->Visible());
-  EXPECT_EQ(sp->Left(), 3000);
-  EXPECT_EQ(tree->Width(), 3000);
+  EXPECT_EQ(state(), "3000 3000 3075 5885");
   sp->SetControlVisible1(false);
-  EXPECT_EQ(sp->Left(), -75);
-  EXPECT_EQ(frame->Left(), 0);
-  EXPECT_EQ(frame->Width(), 9000);
+  EXPECT_EQ(state().substr(0, 4), "-75 ");
+  EXPECT_TRUE(state().ends_with(" 0 9000"));
   EXPECT_FALSE(events.empty());
   sp->SetControlVisible1(true);
   EXPECT_EQ(sp->Left(), 3000);

@@ -29,10 +29,6 @@ TEST(Journal, ScriptHostJournalsFinishedChangesWithUserAndForm) {
   auto connection = kmd::db::Open(db);
   auto lines = kmd::host::ReadJournal(*connection, "");
   ASSERT_EQ(lines.size(), 1u) << out.str();
-  EXPECT_EQ(lines[0].user, "王五");
-  EXPECT_EQ(lines[0].form, "JLDW");
-  EXPECT_EQ(lines[0].level, 1);
-  EXPECT_EQ(lines[0].message, "删除计量单位BOX  箱");
   EXPECT_EQ(kmd::host::FormatJournalLine(lines[0]), lines[0].time + "  王五  JLDW  1  计量单位  删除计量单位BOX  箱");
 
   // --since compares by the time's prefix; the limit keeps the newest lines in their order.
@@ -42,7 +38,6 @@ TEST(Journal, ScriptHostJournalsFinishedChangesWithUserAndForm) {
   EXPECT_EQ(kmd::host::ReadJournal(*connection, "2021").size(), 1u);
   auto last = kmd::host::ReadJournal(*connection, "", 2);
   ASSERT_EQ(last.size(), 2u);
-  EXPECT_EQ(last[0].message, "old");
-  EXPECT_EQ(last[1].message, "later");
+  EXPECT_EQ(last[0].message + " " + last[1].message, "old later");
   fs::remove_all(dir);
 }

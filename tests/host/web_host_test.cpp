@@ -93,15 +93,13 @@ TEST_F(WebHostTest, UnitLifeWithBoxesEventsAndJournal) {
   ASSERT_NE(tv, nullptr);
   EXPECT_EQ((*tv)["tree"]["count"], 5);
   ASSERT_EQ((*tv)["tree"]["rows"].size(), 2u);
-  EXPECT_EQ((*tv)["tree"]["rows"][0]["key"], "k4");
-  EXPECT_EQ((*tv)["tree"]["rows"][0]["depth"], 1);
+  EXPECT_EQ((*tv)["tree"]["rows"][0]["key"].dump() + (*tv)["tree"]["rows"][0]["depth"].dump(), "\"k4\"1");
   EXPECT_EQ(r["view"]["toolbar"]["FileSave"], false);
 
   r = Command(w, "FileNew");
   EXPECT_EQ(r["result"], true);
   EXPECT_EQ(r["view"]["focus"], "qnT(0)");
-  EXPECT_EQ(r["view"]["toolbar"]["FileSave"], true);
-  EXPECT_EQ(r["view"]["toolbar"]["FileNew"], false);
+  EXPECT_TRUE(r["view"]["toolbar"]["FileSave"] == true && r["view"]["toolbar"]["FileNew"] == false);
   Type(w, "qnT(0)", "KG");
   Type(w, "qnT(1)", "公斤");
 
@@ -109,19 +107,15 @@ TEST_F(WebHostTest, UnitLifeWithBoxesEventsAndJournal) {
   json box = Command(w, "FileSave");
   ASSERT_TRUE(box["dialog"].is_object()) << box.dump();
   EXPECT_FALSE(box.contains("result"));
-  EXPECT_EQ(box["dialog"]["kind"], "msgbox");
-  EXPECT_EQ(box["dialog"]["text"], "代码(KG)重复,请检查!");
-  EXPECT_EQ(box["dialog"]["title"], "提示：");
-  EXPECT_EQ(box["dialog"]["icon"], "exclamation");
-  const std::string& path = w;
-  EXPECT_EQ(Call("POST", path + "/action", {{"kind", "command"}, {"command", "FileCancel"}}).status, 409);
-  EXPECT_EQ(Call("POST", path + "/answer", {{"dialog", 99}, {"answer", 1}}).status, 409);
-  EXPECT_EQ(Call("POST", path + "/answer", {{"dialog", box["dialog"]["id"]}, {"answer", 6}}).status, 400);
-  EXPECT_EQ(Ok("GET", path)["dialog"], box["dialog"]);
+  for (const char* part : {"kind", "title", "icon", "text"}) box["shown"] += box["dialog"][part];
+  EXPECT_EQ(box["shown"], json({"msgbox", "提示：", "exclamation", "代码(KG)重复,请检查!"}));
+  EXPECT_EQ(Call("POST", w + "/action", {{"kind", "command"}, {"command", "FileCancel"}}).status, 409);
+  EXPECT_EQ(Call("POST", w + "/answer", {{"dialog", 99}, {"answer", 1}}).status, 409);
+  EXPECT_EQ(Call("POST", w + "/answer", {{"dialog", box["dialog"]["id"]}, {"answer", 6}}).status, 400);
+  EXPECT_EQ(Ok("GET", w)["dialog"], box["dialog"]);
   r = Answer(w, box, 1);
-  EXPECT_EQ(r["result"], false);
-  EXPECT_TRUE(r["dialog"].is_null());
-  EXPECT_EQ(Call("POST", path + "/answer", {{"dialog", box["dialog"]["id"]}, {"answer", 1}}).status, 409);
+  EXPECT_TRUE(r["result"] == false && r["dialog"].is_null());
+  EXPECT_EQ(Call("POST", w + "/answer", {{"dialog", box["dialog"]["id"]}, {"answer", 1}}).status, 409);
 
   Type(w, "qnT(0)", "T");
   Type(w, "qnT(1)", "吨");
@@ -140,13 +134,9 @@ TEST_F(WebHostTest, UnitLifeWithBoxesEventsAndJournal) {
   EXPECT_EQ(r["result"], true);
   EXPECT_EQ(Rows("select * from kmdjldw where 单位ID=4"), 0u);
   ASSERT_EQ(r["events"].size(), 1u);
-  EXPECT_EQ(r["events"][0]["level"], 1);
-  EXPECT_EQ(r["events"][0]["text"], "删除计量单位BOX  箱");
+  EXPECT_EQ(r["events"][0]["level"].dump() + " " + r["events"][0]["text"].get<std::string>(), "1 删除计量单位BOX  箱");
   EXPECT_EQ(Ok("GET", "/api/journal")["lines"][0]["text"], "删除计量单位BOX  箱");
-
-  // The print command says so on the status line.
-  r = Command(w, "PrintPreview");
-  EXPECT_EQ(r["view"]["status"], "暂无打印功能!");
+  EXPECT_EQ(Command(w, "PrintPreview")["view"]["status"], "暂无打印功能!");
 }
 
 TEST_F(WebHostTest, BadRequestsChangeNothing) {
@@ -192,11 +182,9 @@ TEST_F(WebHostTest, BadRequestsChangeNothing) {
   WebReply r = m_Host->Handle({"GET", path, {{"count", "-1"}}, ""});
   EXPECT_EQ(r.status, 400);
   json after = Ok("GET", path);
-  EXPECT_EQ(after["version"], version);
-  EXPECT_EQ(after["view"]["toolbar"]["FileNew"], true);
+  EXPECT_TRUE(after["version"] == version && after["view"]["toolbar"]["FileNew"] == true) << after.dump();
   EXPECT_EQ(Control(after, "qnT(0)")->at("text"), "");
   EXPECT_EQ(m_Host->WindowCount(), 1u);
-  // The right version is taken.
   EXPECT_EQ(Act(path, {{"kind", "command"}, {"command", "FileNew"}, {"version", version}})["result"], true);
 }
 
@@ -286,16 +274,14 @@ class WebHttpTest : public WebHostTest {
 
 TEST_F(WebHttpTest, TheApiActsOnlyForItsOwnPage) {
   auto page = m_Client->Get("/");
-  ASSERT_TRUE(page);
-  EXPECT_EQ(page->status, 200);
+  ASSERT_TRUE(page && page->status == 200);
   EXPECT_EQ(page->get_header_value("X-Frame-Options"), "DENY");
   EXPECT_NE(page->get_header_value("Content-Security-Policy").find("script-src 'self'"), std::string::npos);
   EXPECT_EQ(m_Client->Get("/nosuch.js")->status, 404);
 
   httplib::Headers own = {{"Origin", "http://" + m_Own}};
   auto opened = m_Client->Post("/api/windows", own, R"({"class": "JLDW"})", "application/json");
-  ASSERT_TRUE(opened);
-  ASSERT_EQ(opened->status, 200) << opened->body;
+  ASSERT_TRUE(opened && opened->status == 200);
   std::string path = "/api/windows/" + json::parse(opened->body)["window"].get<std::string>();
   EXPECT_EQ(m_Client->Get("/api/windows", {{"Host", "LOCALHOST:" + std::to_string(m_Port)}})->status, 200);
   int64_t version = json::parse(m_Client->Get(path.c_str())->body)["version"];
@@ -330,14 +316,12 @@ TEST_F(WebHttpTest, TheApiActsOnlyForItsOwnPage) {
     return true;
   }, "application/json");
   EXPECT_EQ(chunked->status, 411);
-  auto get = m_Client->Get(path.c_str(), {{"Origin", "http://evil.example"}});
-  EXPECT_EQ(get->status, 403);
+  EXPECT_EQ(m_Client->Get(path.c_str(), {{"Origin", "http://evil.example"}})->status, 403);
   EXPECT_EQ(m_Client->Delete(path.c_str(), {{"Host", "evil.example"}})->status, 403);
   // Nothing was done: one window, still in browse state, and no record saved.
   EXPECT_EQ(m_Host->WindowCount(), 1u);
   json view = json::parse(m_Client->Get(path.c_str())->body);
-  EXPECT_EQ(view["version"], version);
-  EXPECT_EQ(view["view"]["toolbar"]["FileNew"], true);
+  EXPECT_TRUE(view["version"] == version && view["view"]["toolbar"]["FileNew"] == true);
   EXPECT_EQ(Rows("select * from kmdjldw"), units);
   // The page's own requests work on the same connection after all that.
   EXPECT_EQ(m_Client->Post((path + "/action").c_str(), own, newRecord, "application/json")->status, 200);
@@ -347,10 +331,7 @@ TEST_F(WebHttpTest, SlowClientsAreCutOffWithoutBlockingOthers) {
   std::vector<int> slow;
   for (int i = 0; i < 16; ++i) {
     int s = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(uint16_t(m_Port));
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in a{AF_INET, htons(uint16_t(m_Port)), {htonl(INADDR_LOOPBACK)}, {}};
     ASSERT_EQ(::connect(s, reinterpret_cast<sockaddr*>(&a), sizeof a), 0);
     std::string start = "GET /api/info HTTP/1.1\r\nHost: " + m_Own + "\r\n";
     ::send(s, start.data(), start.size(), MSG_NOSIGNAL);
@@ -359,8 +340,7 @@ TEST_F(WebHttpTest, SlowClientsAreCutOffWithoutBlockingOthers) {
   // They send a header line every 50 ms; meanwhile others are served at once.
   auto begin = std::chrono::steady_clock::now();
   auto info = m_Client->Get("/api/info");
-  ASSERT_TRUE(info);
-  EXPECT_EQ(info->status, 200);
+  ASSERT_TRUE(info && info->status == 200);
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(250));
   size_t cut = 0;
   while (cut < slow.size() && std::chrono::steady_clock::now() - begin < std::chrono::seconds(1)) {

@@ -90,16 +90,13 @@ TEST_F(Dialog, HexBoxRewritesTheOtherSixAndPadsOnlyOnLeaving) {
 
   // Entering a box selects its whole text.
   f.txtHex->UserEnter();
-  EXPECT_EQ(f.txtHex->SelStart, 0);
-  EXPECT_EQ(f.txtHex->SelLength, 6);
+  EXPECT_TRUE(f.txtHex->SelStart == 0 && f.txtHex->SelLength == 6);
 }
 
 TEST_F(Dialog, ClicksOnMapAndStrip) {
   const int x = 60, y = 30;
   f.pc->UserClick(x, y);
-  EXPECT_EQ(f.selector->Left, x);
-  EXPECT_EQ(f.selector->Top, y);
-  EXPECT_TRUE(f.selector->Visible());
+  EXPECT_TRUE(f.selector->Left == x && f.selector->Top == y && f.selector->Visible());
   const int32_t picked = f.MapColor(x, y);
   EXPECT_EQ(f.lblCurrColor->BackColor, picked);
   EXPECT_EQ(f.Strip().front(), picked);  // repainted for the new colour
@@ -131,9 +128,7 @@ TEST_F(Dialog, OkTakesTheColourAndCancelLeavesTheCallAlone) {
 }
 
 TEST(ColourHex, BytesComeOutAsRrggbb) {
-  EXPECT_EQ(frmMain::ColourToHex(kOrange), "FF8000");
-  EXPECT_EQ(frmMain::ColourToHex(16), "100000");
-  EXPECT_EQ(frmMain::ColourToHex(0), "000000");
+  EXPECT_EQ(frmMain::ColourToHex(kOrange) + frmMain::ColourToHex(16) + frmMain::ColourToHex(0), "FF8000100000000000");
   EXPECT_EQ(frmMain::HexToColour("#0a0B0c"), ColorConverter::RGBToLong(10, 11, 12));
   EXPECT_EQ(frmMain::HexToColour(""), 0);
   EXPECT_EQ(frmMain::HexToColour("zz80"), ColorConverter::RGBToLong(0, 128, 0));

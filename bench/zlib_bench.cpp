@@ -1,6 +1,7 @@
 // Packing and unpacking through the container against zlib alone on the same bytes, in the same
-// 64 KiB blocks and at the same level. The control adds the files around the work: reading the
-// source, the CRCs, the temporary block stream and its copy into the container or the target.
+// 64 KiB blocks and at the same level. The control adds the files around the work: packing reads
+// the source twice (its CRC when it is added, then the blocks) and writes the container; unpacking
+// reads the container, checks the CRC and writes the file (a temporary one, moved into place).
 // Every run is timed by the wall clock, so that the file work counts. Throughput is bytes of the
 // original per second; the closing table gives control / zlib, and libdeflate's inflate alone
 // on the same blocks / zlib's, the bound of what unpacking can gain.

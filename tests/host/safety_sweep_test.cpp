@@ -5,6 +5,7 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -101,23 +102,30 @@ Snapshot TakeFromServer(Reader& reader) {
                "AND table_type = 'BASE TABLE' ORDER BY table_name",
                [&](std::vector<std::string> m) { tables.push_back(m[0].substr(2)); });
   for (const auto& table : tables) {
-    std::vector<std::string> key;
-    reader.Query("SELECT a.attname FROM pg_index i JOIN pg_attribute a ON a.attrelid = i.indrelid AND "
-                 "a.attnum = ANY(i.indkey) WHERE i.indrelid = '" + table + "'::regclass AND i.indisprimary",
-                 [&](std::vector<std::string> m) { key.push_back(m[0].substr(2)); });
+    // The key's cells and the column names, read once for each table: no step changes the schema.
+    static std::map<std::string, std::pair<std::vector<size_t>, std::vector<std::string>>> layouts;
+    if (!layouts.count(table)) {
+      std::vector<std::string> key;
+      reader.Query("SELECT a.attname FROM pg_index i JOIN pg_attribute a ON a.attrelid = i.indrelid AND "
+                   "a.attnum = ANY(i.indkey) WHERE i.indrelid = '" + table + "'::regclass AND i.indisprimary",
+                   [&](std::vector<std::string> m) { key.push_back(m[0].substr(2)); });
+      auto names = reader.Query("SELECT * FROM " + table + " WHERE false", [](std::vector<std::string>) {});
+      std::vector<size_t> cells;
+      for (const auto& k : key)
+        for (size_t i = 0; i < names.size(); ++i)
+          if (text::EqualsNoCase(names[i], k)) cells.push_back(i);
+      layouts[table] = {cells, names};
+    }
+    const auto& [keyCells, names] = layouts[table];
     auto& rows = s.rows[table];
-    auto names = reader.Query("SELECT * FROM " + table, [&](std::vector<std::string> row) {
+    reader.Query("SELECT * FROM " + table, [&](std::vector<std::string> row) {
       std::string keyText;
-      for (size_t i = 0; i < row.size(); ++i) keyText += row[i] + "\x1f";
-      int64_t id = static_cast<int64_t>(std::hash<std::string>()(keyText) >> 1);
-      if (!key.empty()) {
-        keyText.clear();
-        for (const auto& k : key)
-          for (size_t i = 0; i < names_.size(); ++i)
-            if (text::EqualsNoCase(names_[i], k)) keyText += row[i] + "\x1f";
-        id = key.size() == 1 && keyText.rfind("1:", 0) == 0 ? std::stoll(keyText.substr(2))
-                                                             : static_cast<int64_t>(std::hash<std::string>()(keyText) >> 1);
-      }
+      for (size_t i = 0; i < row.size(); ++i)
+        if (keyCells.empty() || std::find(keyCells.begin(), keyCells.end(), i) != keyCells.end())
+          keyText += row[i] + "\x1f";
+      int64_t id = keyCells.size() == 1 && keyText.rfind("1:", 0) == 0
+                       ? std::stoll(keyText.substr(2))
+                       : static_cast<int64_t>(std::hash<std::string>()(keyText) >> 1);
       rows[id] = row;
     });
     s.columns[table] = {"key"};
@@ -126,7 +134,10 @@ Snapshot TakeFromServer(Reader& reader) {
   return s;
 }
 
+Snapshot TakeFromServer(Reader& reader);
+
 Snapshot Take(Reader& reader) {
+  if (reader.OnServer()) return TakeFromServer(reader);
   Snapshot s;
   std::vector<std::string> tables;
   reader.Query("SELECT type, name, sql FROM sqlite_master ORDER BY type, name", [&](std::vector<std::string> m) {
@@ -214,8 +225,8 @@ class Recorder : public view::Platform, public IFormEvents {
 
 // A form window over its own copy of the demo database.
 struct Window {
-  Window(const fs::path& file, const std::string& className)
-      : database(std::make_shared<db::Database>(db::Open(file.string()))),
+  Window(const std::string& file, const std::string& className)
+      : database(std::make_shared<db::Database>(db::Open(file))),
         reader(file),
         context(std::make_shared<host::Context>(database, IUserInfo{"tester", "", ""})) {
     context->SetWindows(&rec, nullptr);
@@ -257,7 +268,9 @@ struct Window {
   // What is committed, read by a connection of its own; taken again only when the file changed.
   std::shared_ptr<const Snapshot> Snap() {
     std::string now;
-    reader.Query("PRAGMA data_version", [&](std::vector<std::string> row) { now = row.at(0); });
+    // The file's version; on a server, the end of its write-ahead log, which every write moves.
+    reader.Query(reader.OnServer() ? "SELECT pg_current_wal_insert_lsn()::text" : "PRAGMA data_version",
+                 [&](std::vector<std::string> row) { now = row.at(0); });
     if (now != seen) {
       seen = now;
       last = std::make_shared<const Snapshot>(Take(reader));
@@ -292,14 +305,17 @@ class SafetySweep : public testing::Test {
     dir = fs::temp_directory_path() / ("kmd_safety_" + std::to_string(::getpid()));
     fs::remove_all(dir);
     fs::create_directories(dir);
-    host::InitDatabase((dir / "demo.db").string(), true);
+    host::InitDatabase(test::ScratchAddress(dir, "demo.db"), true);
   }
-  static void TearDownTestSuite() { fs::remove_all(dir); }
+  static void TearDownTestSuite() {
+    fs::remove_all(dir);
+    for (const char* name : {"demo.db", "sweep.db", "fault.db"}) test::DropScratch(test::ScratchAddress(dir, name));
+  }
   // A fresh copy of the demo database.
-  static fs::path Copy(const std::string& name) {
-    fs::path file = dir / (name + ".db");
-    fs::copy_file(dir / "demo.db", file, fs::copy_options::overwrite_existing);
-    return file;
+  static std::string Copy(const std::string& name) {
+    std::string copy = test::ScratchAddress(dir, name + ".db");
+    test::CopyScratch(test::ScratchAddress(dir, "demo.db"), copy);
+    return copy;
   }
 
   // The first leaf record the form opens for editing, and the texts of its fields.

@@ -40,7 +40,11 @@ class Command : public IDbCommand {
         for (size_t i = 0; i < cols.size(); ++i) {
           if (row[i].IsNull() || row[i].IsEmpty()) continue;
           if (!names.empty()) { names += ","; marks += ","; }
-          names += "\"" + cols[i] + "\"";
+          // A server keeps names folded to lower case, as the schema made them without quotes.
+          std::string name = cols[i];
+          if (db->GetConnection().DriverName() == "postgres")
+            for (auto& c : name) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+          names += "\"" + name + "\"";
           marks += "?";
           params.push_back(row[i]);
         }

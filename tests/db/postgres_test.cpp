@@ -84,6 +84,13 @@ TEST_F(Server, ValuesOrderAndComparisonsAreSQLites) {
   EXPECT_EQ(conn->Run("UPDATE kmdjldw SET 图 = ? WHERE 单位ID = ?", {Value(bytes), Value(1)}, nullptr), "");
   EXPECT_EQ(Rows("SELECT 图 FROM kmdjldw WHERE 单位ID = 1")[0][0].ToBytes(), bytes);
   EXPECT_EQ(database->CreateCommand("update kmdjldw set 名称 = 名称 where 单位ID > 2")->Execute(), 3);
+  // A row added through a recordset names its columns as the server folded them.
+  auto rs = database->CreateCommand("SELECT 单位ID, 代码 FROM KMDJLDW WHERE 1 = 0")->OpenRecordset();
+  rs->AddNew();
+  rs->Fields("单位ID") = Value(9);
+  rs->Fields("代码") = Value("新");
+  rs->Update();
+  EXPECT_EQ(Rows("SELECT 代码 FROM kmdjldw WHERE 单位ID = 9")[0][0].ToText(), "新");
 }
 
 TEST_F(Server, AFailedStatementLeavesTheEarlierStatementsCommittable) {

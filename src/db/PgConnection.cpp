@@ -183,8 +183,7 @@ void PgConnection::LoadSpellings() {
   }
 }
 
-std::string PgConnection::ColumnName(const void* result, int col, const std::string& sql) const {
-  const auto* res = static_cast<const PGresult*>(result);
+std::string PgConnection::ColumnName(const pg_result* res, int col, const std::string& sql) const {
   std::string name = PQfname(res, col);
   auto it = m_Spelling.find({PQftable(res, col), PQftablecol(res, col)});
   if (it != m_Spelling.end() && text::EqualsNoCase(it->second, name)) return it->second;

@@ -6,6 +6,7 @@
 #include "db/Connection.h"
 
 struct pg_conn;
+struct pg_result;
 
 namespace kmd::db {
 
@@ -43,7 +44,7 @@ class PgConnection : public Connection {
   // Reads the schema's spellings of column names.
   void LoadSpellings();
   // The name of result column `col` as the schema or the statement spells it.
-  std::string ColumnName(const void* result, int col, const std::string& sql) const;
+  std::string ColumnName(const pg_result* res, int col, const std::string& sql) const;
   pg_conn* m_Conn = nullptr;
   std::map<std::pair<unsigned, int>, std::string> m_Spelling;  // by table oid and column number
   std::map<std::string, std::string> m_SpellingByName;        // by the folded name

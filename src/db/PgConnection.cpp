@@ -159,6 +159,8 @@ PgConnection::PgConnection(const std::string& address) : m_Conn(Connect(address)
   // A lock waits as long as SQLite's busy timeout; dates read as SQLite keeps them.
   if (err.empty()) err = Exec("SET lock_timeout = '5s'");
   if (err.empty()) err = Exec("SET DateStyle = 'ISO, YMD'");
+  // A backslash in a literal is a character, never an escape that could end the literal.
+  if (err.empty()) err = Exec("SET standard_conforming_strings = on");
   if (!err.empty()) {
     PQfinish(m_Conn);
     m_Conn = nullptr;

@@ -79,6 +79,13 @@ TEST_F(Server, ValuesOrderAndComparisonsAreSQLites) {
   EXPECT_EQ(order, "-Bab中");
   EXPECT_EQ(Rows("SELECT count(*) FROM kmdjldw WHERE 代码 LIKE 'b%'")[0][0].ToLong(), 2);
   EXPECT_EQ(Rows("SELECT TOP 1 名称 + '!' FROM kmdjldw WHERE IsNull(代码, 'x') = 'x'")[0][0].ToText(), "空!");
+  // A backslash at the end of a literal is a character of it, whatever the database's default.
+  ASSERT_EQ(conn->RunScript("ALTER DATABASE " + address.substr(address.rfind('/') + 1) +
+                            " SET standard_conforming_strings = off"),
+            "");
+  auto other = db::Open(address);
+  EXPECT_EQ(other->Run("UPDATE kmdjldw SET 名称 = 'a\\' WHERE 单位ID = 5", {}, nullptr), "");
+  EXPECT_EQ(Rows("SELECT 名称 FROM kmdjldw WHERE 单位ID = 5")[0][0].ToText(), "a\\");
   // Bytes go as a parameter and come back whole; Execute gives the rows it wrote.
   Value::Bytes bytes{0, 0xFF, '\'', 0, 'x'};
   EXPECT_EQ(conn->Run("UPDATE kmdjldw SET 图 = ? WHERE 单位ID = ?", {Value(bytes), Value(1)}, nullptr), "");

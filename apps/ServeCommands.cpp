@@ -48,7 +48,7 @@ int Serve() {
   sigaddset(&signals, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
-  host::WebHost web({g.db, {g.user, g.home, ""}});
+  host::WebHost web({g.db, {g.user, g.home, host::kSettingsApp}});
   int port = web.Bind(g.bind, g.port);
   if (port < 0) {
     std::cerr << "kmd: cannot listen on " << g.bind << ":" << g.port << "\n";

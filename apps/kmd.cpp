@@ -13,6 +13,7 @@
 #include "host/Context.h"
 #include "host/ScriptHost.h"
 #include "host/Setup.h"
+#include "apps/HostStoreCommands.h"
 #include "apps/PackCommands.h"
 #include "apps/SettingCommands.h"
 #include "apps/ServeCommands.h"
@@ -58,10 +59,12 @@ int main(int argc, char** argv) {
 
   kmd::apps::AddPackCommands(app);
   kmd::apps::AddSettingCommands(app);
+  kmd::apps::AddHostStoreCommands(app);
   kmd::apps::AddServeCommands(app, home, user);
   CLI11_PARSE(app, argc, argv);
   if (int packed = kmd::apps::RunPackCommands(); packed >= 0) return packed;
   if (int set = kmd::apps::RunSettingCommands(); set >= 0) return set;
+  if (int stored = kmd::apps::RunHostStoreCommands(); stored >= 0) return stored;
   if (int served = kmd::apps::RunServeCommands(); served >= 0) return served;
 
   try {
@@ -72,7 +75,7 @@ int main(int argc, char** argv) {
     }
     if (run->parsed()) {
       auto database = std::make_shared<kmd::db::Database>(kmd::db::Open(db));
-      auto context = std::make_shared<kmd::host::Context>(database, kmd::IUserInfo{user, home, ""});
+      auto context = std::make_shared<kmd::host::Context>(database, kmd::IUserInfo{user, home, kmd::host::kSettingsApp});
       kmd::host::ScriptHost host(context, std::cout, std::cerr);
       if (script == "-") return host.Run(std::cin, "<stdin>");
       std::ifstream in(script);

@@ -12,14 +12,16 @@ namespace view {
 class TextField;
 }
 
-// A system option or module parameter; an unset key has the Value "".
+// A system option or module parameter; an unset key has the Value "" and the Name "".
 struct ISetting {
   std::string Value;
+  std::string Name = "";
 };
 
 struct IUserInfo {
   std::string Name;
   std::string HomeFolder;
+  // The application name under which the user's personal settings are kept; "" for none.
   std::string SettingsApp;
 };
 
@@ -47,6 +49,13 @@ class IFormContext {
   virtual void LookupCheck(view::TextField& field, const Value& text) = 0;
   virtual IUserInfo User() = 0;
   virtual ISubsystem Subsystem(const std::string& name, int32_t index) = 0;
+  // The current user's personal setting under `app` (User().SettingsApp), or `defaultValue` when
+  // none is stored. A context without a personal store gives `defaultValue`.
+  virtual std::string UserSetting(const std::string& app, const std::string& section, const std::string& key,
+                                  const std::string& defaultValue) {
+    (void)app, (void)section, (void)key;
+    return defaultValue;
+  }
 };
 
 }  // namespace kmd

@@ -10,14 +10,22 @@
 
 namespace kmd::host {
 
+// The application name of the personal settings store that kmd run and kmd serve give the user.
+inline constexpr const char* kSettingsApp = "kmd";
+
 // The context of this machine: one database connection, options and parameters from the tables
-// xt_options and xt_parameters, the current user with a home folder, and every right.
+// xt_options and xt_parameters (with names from xt_option_names), the current user with a home
+// folder, rights per user and program (xt_rights), subsystem periods (xt_subsystems) and
+// personal settings (xt_usersettings). Its own reads go straight to the connection, so that they
+// never show in a statement trace; a read that fails (an older database without the table) gives
+// the default.
 class Context : public IFormContext {
  public:
   Context(std::shared_ptr<db::Database> database, IUserInfo user);
 
   std::shared_ptr<db::IDatabase> Database() override { return m_Database; }
-  IProgramRights ProgramRights(int32_t) override { return {}; }
+  // The current user's rights on the program; both granted when none are stored.
+  IProgramRights ProgramRights(int32_t programId) override;
   ISetting Option(int32_t module, const Value& key) override;
   ISetting Parameter(int32_t module, const Value& key) override;
   // Opens the browse window of the key (see Lookups) over the rows of its statement; the row the
@@ -30,7 +38,10 @@ class Context : public IFormContext {
   // focus. Blank text empties Text and Value without a statement.
   void LookupCheck(view::TextField& field, const Value& text) override;
   IUserInfo User() override { return m_User; }
-  ISubsystem Subsystem(const std::string&, int32_t) override { return {}; }
+  // The subsystem's current accounting period; 0 when none is stored.
+  ISubsystem Subsystem(const std::string& name, int32_t index) override;
+  std::string UserSetting(const std::string& app, const std::string& section, const std::string& key,
+                          const std::string& defaultValue) override;
 
   std::shared_ptr<db::Database> GetDatabase() const { return m_Database; }
   // Shows a browse window: gives the 0-based row the user picks, or -1 for Cancel.
@@ -42,10 +53,17 @@ class Context : public IFormContext {
   // Writes a setting; gives "" or the error.
   std::string SetOption(int32_t module, const std::string& key, const std::string& value);
   std::string SetParameter(int32_t module, const std::string& key, const std::string& value);
+  std::string SetOptionName(int32_t module, const std::string& key, const std::string& name);
+  std::string SetRights(const std::string& user, int32_t programId, bool detail, bool action);
+  std::string SetPeriod(const std::string& subsystem, int32_t index, int32_t period);
+  std::string SetUserSetting(const std::string& user, const std::string& app, const std::string& section,
+                             const std::string& key, const std::string& value);
 
  private:
   ISetting Read(const char* table, int32_t module, const Value& key);
   std::string Write(const char* table, int32_t module, const std::string& key, const std::string& value);
+  // The first value of a statement of the host's own; Empty when there is no row or it failed.
+  Value ReadOne(const std::string& sql, const std::vector<Value>& args);
 
   void RefuseLookup(view::TextField& field, const std::string& text, int style);
 

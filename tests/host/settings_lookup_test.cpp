@@ -83,6 +83,46 @@ TEST_F(HostTest, OptionsAndParametersWithAndWithoutRows) {
 // Text typed into the field is resolved by its statement, by code or by name; text set by the
 // program is not. Text that names no row shows the field's box, empties the value and keeps the
 // focus; a quote stays inside its literal.
+TEST_F(HostTest, RightsPeriodAndPersonalSettingsPerUser) {
+  // Nothing stored: every right, period 0, the caller's default.
+  EXPECT_TRUE(context->ProgramRights(200008).DetailRight && context->ProgramRights(200008).ActionRight);
+  EXPECT_EQ(context->Subsystem("system", 0).Period, 0);
+  EXPECT_EQ(context->UserSetting(host::kSettingsApp, "settings", "cpml", "1000"), "1000");
+
+  EXPECT_EQ(context->SetRights("tester", 200008, false, true), "");
+  EXPECT_EQ(context->SetRights("other", 200009, false, false), "");
+  EXPECT_EQ(context->SetRights("tester", 200008, true, false), "");  // a second write replaces the first
+  auto rights = context->ProgramRights(200008);
+  EXPECT_TRUE(rights.DetailRight);
+  EXPECT_FALSE(rights.ActionRight);
+  EXPECT_TRUE(context->ProgramRights(200009).ActionRight);  // another user's row is not ours
+
+  EXPECT_EQ(context->SetPeriod("system", 0, 202611), "");
+  EXPECT_EQ(context->Subsystem("SYSTEM", 0).Period, 202611);
+  EXPECT_EQ(context->Subsystem("system", 1).Period, 0);
+
+  EXPECT_EQ(context->SetUserSetting("tester", host::kSettingsApp, "settings", "cpml", "50"), "");
+  EXPECT_EQ(context->SetUserSetting("other", host::kSettingsApp, "settings", "cpml", "7"), "");
+  EXPECT_EQ(context->UserSetting(host::kSettingsApp, "Settings", "CPML", "1000"), "50");
+  EXPECT_EQ(context->UserSetting("", "settings", "cpml", "1000"), "1000");  // no store named
+  EXPECT_EQ(context->UserSetting("other app", "settings", "cpml", "1000"), "1000");
+
+  EXPECT_EQ(context->SetOption(12, "4", "1"), "");
+  EXPECT_EQ(context->SetOptionName(12, "4", "本位币"), "");
+  EXPECT_EQ(context->Option(12, Value(4)).Name, "本位币");
+  EXPECT_EQ(context->Option(12, Value(5)).Name, "");
+  EXPECT_TRUE(statements.empty());  // the host's own reads stay out of the trace
+
+  // A database made before these stores: the defaults, no failure.
+  auto& connection = database->GetConnection();
+  for (const char* t : {"xt_rights", "xt_subsystems", "xt_usersettings", "xt_option_names"})
+    ASSERT_EQ(connection.Run(std::string("DROP TABLE ") + t, {}, nullptr), "");
+  EXPECT_TRUE(context->ProgramRights(200008).DetailRight);
+  EXPECT_EQ(context->Subsystem("system", 0).Period, 0);
+  EXPECT_EQ(context->UserSetting(host::kSettingsApp, "settings", "cpml", "1000"), "1000");
+  EXPECT_EQ(context->Option(12, Value(4)).Value, "1");
+}
+
 TEST_F(HostTest, TypedTextResolvesOrShowsTheFieldsBox) {
   Boxes boxes;
   context->SetWindows(&boxes, nullptr);

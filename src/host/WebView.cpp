@@ -277,7 +277,7 @@ json PerformAction(FormGuard& form, const json& action) {
     auto& tree = Expect<view::TreeView>(c, kind);
     auto node = NodeOf(tree, action);
     if (kind == "pick") form.Run([&] { tree.UserClick(node); });
-    else form.Run([&] { node->SetExpanded(kind == "expand"); });
+    else form.Run([&] { node->SetExpanded(kind == "expand", true); });
   } else if (kind == "seek") {
     auto& tree = Expect<view::TreeView>(c, kind);
     if (auto node = Seek(tree, Text(action, "text"))) form.Run([&] { tree.UserClick(node); });

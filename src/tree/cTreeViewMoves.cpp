@@ -14,7 +14,7 @@ namespace {
 }  // namespace
 
 void cTreeView::SetExpandedBelow(const NodePtr& node, bool expanded) {
-  if (node->Children() > 0) node->SetExpanded(expanded);
+  if (node->Children() > 0) node->SetExpanded(expanded, true);
   for (auto child = node->Child(); child; child = child->Next()) SetExpandedBelow(child, expanded);
 }
 
@@ -24,7 +24,7 @@ void cTreeView::CollapseAll() {
   // A Collapse handler may change the collection: walk a copy of it.
   std::vector<NodePtr> nodes = m_Tree->AllNodes();
   for (const auto& node : nodes)
-    if (node->Children() > 0) node->SetExpanded(false);
+    if (node->Children() > 0) node->SetExpanded(false, true);
   Redraw(true);
 }
 
@@ -48,7 +48,7 @@ void cTreeView::ExpandAll() {
       for (size_t i = 0; i < nodes.size(); ++i) {
         size_t before = nodes.size();
         NodePtr node = nodes[i];
-        if (node->Children() > 0) node->SetExpanded(true);
+        if (node->Children() > 0) node->SetExpanded(true, true);
         if (nodes.size() != before) {
           changed = true;
           break;

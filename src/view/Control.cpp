@@ -29,8 +29,14 @@ void Control::SetHeight(int height) {
   Resized();
 }
 
+bool Control::Shown() const {
+  for (const Control* c = this; c; c = c->m_Container)
+    if (!c->m_Visible) return false;
+  return true;
+}
+
 void Control::SetFocus() {
-  if (!m_Enabled || !m_Visible || !m_Owner) return;
+  if (!m_Enabled || !Shown() || !m_Owner) return;
   m_Owner->SetFocused(this);
 }
 

@@ -33,6 +33,11 @@ class Control {
   virtual void SetEnabled(bool enabled) { m_Enabled = enabled; }
   bool Visible() const { return m_Visible; }
   void SetVisible(bool visible) { m_Visible = visible; }
+  // The frame the control lies in; null for one on the form itself.
+  Control* Container() const { return m_Container; }
+  void SetContainer(Control* frame) { m_Container = frame; }
+  // Within a user's sight: Visible, and so is every frame around it.
+  bool Shown() const;
   // The hint shown while the mouse rests on the control.
   std::string ToolTipText;
 
@@ -46,7 +51,7 @@ class Control {
   int Height() const { return m_Height; }
   void SetHeight(int height);
 
-  // Puts the focus here; a disabled or hidden control does not take it.
+  // Puts the focus here; a disabled control or one not Shown does not take it.
   void SetFocus();
   bool HasFocus() const;
 
@@ -71,6 +76,7 @@ class Control {
   int m_Width = 0;
   int m_Height = 0;
   Controls* m_Owner = nullptr;
+  Control* m_Container = nullptr;
 };
 
 // A form's controls in declaration order, with focus tracking.

@@ -1,6 +1,7 @@
 #include "view/TreeView.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "base/RuntimeError.h"
 
@@ -12,6 +13,8 @@ bool ImageList::HasKey(const std::string& key) const {
 
 namespace {
 NodePtr Share(Node* n) { return n ? n->shared_from_this() : nullptr; }
+
+[[noreturn]] void NotFound() { throw RuntimeError(kErrElementNotFound, "TreeView", "Element not found"); }
 }  // namespace
 
 int Node::Index() const {
@@ -59,10 +62,10 @@ void Node::SetParent(const NodePtr& parent) {
   m_Tree->Reparent(this, parent.get());
 }
 
-void Node::SetExpanded(bool expanded) {
+void Node::SetExpanded(bool expanded, bool raiseEvent) {
   if (m_Expanded == expanded) return;
   m_Expanded = expanded;
-  if (!m_Tree) return;
+  if (!m_Tree || !raiseEvent) return;
   auto self = shared_from_this();
   if (expanded && m_Tree->Expand) m_Tree->Expand(self);
   if (!expanded && m_Tree->Collapse) m_Tree->Collapse(self);
@@ -138,14 +141,20 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::stri
                       const Value& image, const Value& selectedImage) {
   Node* rel = nullptr;
   if (relative.node) {
-    if (relative.node->m_Tree != this) throw RuntimeError("Element not found");
+    if (relative.node->m_Tree != this) NotFound();
     rel = relative.node.get();
   } else if (relative.byKey) {
-    rel = FindKey(relative.key).get();
-    if (!rel) throw RuntimeError("Element not found");
+    auto it = m_ByKey.find(relative.key);
+    if (it == m_ByKey.end()) NotFound();
+    rel = it->second;
   }
   if (relationship < tvwFirst || relationship > tvwChild) throw RuntimeError("Invalid procedure call or argument");
-  if (!key.empty() && m_ByKey.count(key)) throw RuntimeError("Key is not unique in collection");
+  auto slot = m_ByKey.end();
+  if (!key.empty()) {
+    bool added = false;
+    std::tie(slot, added) = m_ByKey.try_emplace(key, nullptr);
+    if (!added) throw RuntimeError(kErrKeyNotUnique, "TreeView", "Key is not unique in collection");
+  }
   auto node = std::make_shared<Node>();
   node->m_Tree = this;
   node->m_Key = key;
@@ -155,7 +164,7 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::stri
   Link(node.get(), rel, relationship);
   m_All.push_back(node);
   node->m_Index = m_All.size();
-  if (!key.empty()) m_ByKey[key] = node.get();
+  if (slot != m_ByKey.end()) slot->second = node.get();
   return node;
 }
 
@@ -164,7 +173,7 @@ void TreeView::Reindex(size_t from) {
 }
 
 void TreeView::Remove(const NodePtr& node) {
-  if (!node || node->m_Tree != this) throw RuntimeError("Element not found");
+  if (!node || node->m_Tree != this) NotFound();
   // When the selection lies in the removed subtree, the next sibling, else the previous sibling,
   // else the parent takes its place.
   bool selectionGoes = false;
@@ -222,7 +231,7 @@ NodePtr TreeView::Item(int index) const {
 
 NodePtr TreeView::Item(const std::string& key) const {
   auto n = FindKey(key);
-  if (!n) throw RuntimeError("Element not found");
+  if (!n) NotFound();
   return n;
 }
 
@@ -309,6 +318,12 @@ void TreeView::Reparent(Node* node, Node* parent) {
     if (p == node) throw RuntimeError("Failed setting Parent property: the new parent is a descendant of the node");
   Unlink(node);
   Link(node, parent, parent ? tvwChild : tvwLast);
+}
+
+void TreeView::UserExpand(const NodePtr& node) {
+  if (!Enabled() || !node || node->m_Tree != this) return;
+  node->m_Expanded = true;
+  if (Expand) Expand(node);
 }
 
 void TreeView::UserClick(const NodePtr& node) {

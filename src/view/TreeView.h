@@ -14,6 +14,10 @@ class TreeView;
 class Node;
 using NodePtr = std::shared_ptr<Node>;
 
+// The numbers of the collection's run-time errors.
+constexpr int32_t kErrElementNotFound = 35601;
+constexpr int32_t kErrKeyNotUnique = 35602;
+
 enum TreeRelationship : int { tvwFirst = 0, tvwLast = 1, tvwNext = 2, tvwPrevious = 3, tvwChild = 4 };
 
 // An image list: images by 1-based index or key. The view keeps only keys; a host draws them.
@@ -65,10 +69,12 @@ class Node : public std::enable_shared_from_this<Node> {
   std::string FullPath() const;
 
   bool Expanded() const { return m_Expanded; }
-  void SetExpanded(bool expanded);
+  // The program's expansion raises no event, unless `raiseEvent` (the bulk expand and collapse of
+  // the tree wrapper); the user's expansion is TreeView::UserExpand.
+  void SetExpanded(bool expanded, bool raiseEvent = false);
   bool Selected() const;
   void SetSelected(bool selected);
-  // Expands the ancestors and scrolls the node into view.
+  // Expands the ancestors (raising no Expand) and scrolls the node into view.
   void EnsureVisible();
 
  private:
@@ -106,8 +112,9 @@ class TreeView : public Control {
   ~TreeView() override;
 
   // Nodes collection.
-  // Throws RuntimeError for a duplicate key ("Key is not unique in collection") or a relative that
-  // is not in this tree ("Element not found").
+  // Throws RuntimeError for a duplicate key (kErrKeyNotUnique, "Key is not unique in collection")
+  // or a relative that is not in this tree (kErrElementNotFound, "Element not found"); nothing is
+  // added then. Key lookups and the duplicate test take constant time.
   NodePtr Add(const NodeRef& relative, int relationship, const std::string& key, const std::string& text,
               const Value& image = Value(), const Value& selectedImage = Value());
   // Removes the node and its subtree. Throws RuntimeError when it is not in this tree.
@@ -116,7 +123,7 @@ class TreeView : public Control {
   // Removes every node at once.
   void Clear();
   int Count() const { return static_cast<int>(m_All.size()); }
-  // By 1-based index or by key; throws RuntimeError when absent.
+  // By 1-based index or by key; throws RuntimeError when absent (kErrElementNotFound for a key).
   NodePtr Item(int index) const;
   NodePtr Item(const std::string& key) const;
   NodePtr FindKey(const std::string& key) const;  // null when absent
@@ -158,6 +165,9 @@ class TreeView : public Control {
   std::function<void(float x, float y, int state)> DragOver;
   std::function<void(float x, float y)> DragDrop;
 
+  // The user expands a node (a click on its plus sign): it is expanded and Expand is raised, also
+  // when it was expanded already or has no children. A disabled tree ignores it.
+  void UserExpand(const NodePtr& node);
   // The user clicks a node: it is selected and NodeClick is raised. A disabled tree ignores it.
   void UserClick(const NodePtr& node);
 

@@ -93,4 +93,44 @@ void Button::UserClick() {
   if (Click) Click();
 }
 
+int Toolbar::AddButton(std::string caption, std::string toolTip, int style, std::string key) {
+  ToolbarButton b;
+  b.Index = Count() + 1;
+  b.Key = std::move(key);
+  b.Caption = std::move(caption);
+  b.ToolTipText = std::move(toolTip);
+  b.Style = style;
+  m_Buttons.push_back(std::move(b));
+  return Count();
+}
+
+ToolbarButton& Toolbar::Button(int index) {
+  if (index < 1 || index > Count()) throw RuntimeError("Index out of bounds");
+  return m_Buttons[static_cast<size_t>(index) - 1];
+}
+
+const ToolbarButton& Toolbar::Button(int index) const { return const_cast<Toolbar*>(this)->Button(index); }
+
+void Toolbar::UserClick(int index) {
+  ToolbarButton& b = Button(index);
+  if (!Enabled() || !Shown() || !b.Enabled || !b.Visible || b.Style == tbrSeparator) return;
+  if (b.Style == tbrCheck) {
+    b.Value = !b.Value;
+  } else if (b.Style == tbrButtonGroup) {
+    for (int i = index - 1; i >= 1 && Button(i).Style != tbrSeparator; --i)
+      if (Button(i).Style == tbrButtonGroup) Button(i).Value = false;
+    for (int i = index + 1; i <= Count() && Button(i).Style != tbrSeparator; ++i)
+      if (Button(i).Style == tbrButtonGroup) Button(i).Value = false;
+    b.Value = true;
+  }
+  if (ButtonClick) ButtonClick(b);
+}
+
+std::string Toolbar::ShownText() const {
+  std::string pressed;
+  for (const auto& b : m_Buttons)
+    if (b.Value) pressed += (pressed.empty() ? "" : ",") + std::to_string(b.Index);
+  return pressed;
+}
+
 }  // namespace kmd::view

@@ -195,4 +195,45 @@ class Button : public Control {
   std::string m_Caption;
 };
 
+// A button of a Toolbar. Index is its 1-based place, separators included; Value is true while a
+// check or group button is pressed.
+struct ToolbarButton {
+  int Index = 0;
+  std::string Key;
+  std::string Caption;
+  std::string ToolTipText;
+  int Style = 0;  // tbrDefault, tbrCheck, tbrButtonGroup, tbrSeparator
+  bool Value = false;
+  bool Enabled = true;
+  bool Visible = true;
+};
+
+constexpr int tbrDefault = 0;
+constexpr int tbrCheck = 1;
+constexpr int tbrButtonGroup = 2;
+constexpr int tbrSeparator = 3;
+
+// A toolbar of buttons. The user's click on a button (UserClick) presses or releases a check
+// button, presses a group button and releases the other buttons of its group (the group buttons
+// between two separators), then raises ButtonClick. Setting Value from the program raises nothing.
+class Toolbar : public Control {
+ public:
+  Toolbar(std::string name, int index = -1) : Control("Toolbar", std::move(name), index) {}
+  // Adds a button at the end; gives its index.
+  int AddButton(std::string caption, std::string toolTip = "", int style = tbrDefault, std::string key = "");
+  int Count() const { return static_cast<int>(m_Buttons.size()); }
+  // By 1-based index; throws RuntimeError when there is none.
+  ToolbarButton& Button(int index);
+  const ToolbarButton& Button(int index) const;
+  std::function<void(ToolbarButton&)> ButtonClick;
+  // Nothing happens on a disabled or hidden toolbar, or on a separator, disabled or hidden button.
+  // Throws RuntimeError for an index without a button.
+  void UserClick(int index);
+  // The indexes of the pressed buttons, separated by ",".
+  std::string ShownText() const override;
+
+ private:
+  std::vector<ToolbarButton> m_Buttons;
+};
+
 }  // namespace kmd::view

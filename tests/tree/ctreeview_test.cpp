@@ -139,3 +139,60 @@ TEST_F(TreeTest, NodeModelReparentsAndWalks) {
   EXPECT_EQ(ctrl.Count(), 0);
   EXPECT_FALSE(root->InTree());
 }
+
+TEST_F(TreeTest, RawAddsReportDuplicateKeysAndMissingRelativesByNumber) {
+  auto root = ctrl.Add({}, 0, "ROOT", "root");
+  auto a = ctrl.Add(root, view::tvwChild, "k1", "A");
+  auto number = [&](const std::function<void()>& add) {
+    try {
+      add();
+    } catch (const RuntimeError& e) {
+      return e.Number();
+    }
+    return 0;
+  };
+  EXPECT_EQ(number([&] { ctrl.Add("ROOT", view::tvwChild, "k1", "again"); }), view::kErrKeyNotUnique);
+  EXPECT_EQ(number([&] { ctrl.Add("nokey", view::tvwChild, "k2", "B"); }), view::kErrElementNotFound);
+  view::TreeView other;
+  auto stranger = other.Add({}, 0, "x", "x");
+  EXPECT_EQ(number([&] { ctrl.Add(stranger, view::tvwChild, "k2", "B"); }), view::kErrElementNotFound);
+  EXPECT_EQ(number([&] { ctrl.Item("k2"); }), view::kErrElementNotFound);
+  // Failed adds add nothing and take no key.
+  EXPECT_EQ(ctrl.Count(), 2);
+  EXPECT_EQ(ctrl.FindKey("k1"), a);
+  EXPECT_NE(ctrl.Add("ROOT", view::tvwChild, "k2", "B"), nullptr);
+  // A removed node gives its key back; the wrapper's add still swallows the errors.
+  ctrl.Remove(a);
+  EXPECT_EQ(ctrl.FindKey("k1"), nullptr);
+  EXPECT_NE(Add("ROOT", "k1", "A again"), nullptr);
+  EXPECT_EQ(Add("ROOT", "k1", "twice"), nullptr);
+  EXPECT_EQ(Add("nokey", "k3", "x"), nullptr);
+}
+
+TEST_F(TreeTest, OnlyTheUsersExpansionAndTheBulkOnesRaiseExpand) {
+  std::vector<std::string> expanded;
+  ctrl.Expand = [&](const NodePtr& n) { expanded.push_back(n->Key()); };
+  auto root = Add({}, "ROOT", "root");
+  auto a = Add("ROOT", "a", "A");
+  auto b = Add("ROOT", "b", "B");
+  auto a1 = Add("a", "a1", "A1");  // made visible: its parent expands quietly
+  EXPECT_TRUE(a->Expanded());
+  ASSERT_FALSE(b->Expanded());
+  ASSERT_TRUE(tv.NodeMove(b, a1, true));  // the target's expansion is the program's too
+  EXPECT_TRUE(b->Expanded());
+  root->SetExpanded(false);
+  root->SetExpanded(true);
+  EXPECT_TRUE(expanded.empty());
+
+  ctrl.UserExpand(b);
+  ctrl.UserExpand(b);  // already expanded, and a leaf: raised all the same
+  ctrl.UserExpand(a);
+  ctrl.SetEnabled(false);
+  ctrl.UserExpand(root);
+  EXPECT_EQ(expanded, (std::vector<std::string>{"b", "b", "a"}));
+  ctrl.SetEnabled(true);
+  tv.CollapseAll();
+  expanded.clear();
+  tv.ExpandAll();
+  EXPECT_EQ(expanded, (std::vector<std::string>{"ROOT", "b"}));
+}

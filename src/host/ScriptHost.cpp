@@ -125,6 +125,8 @@ void ScriptHost::Execute(const std::string& line) {
   } else if (cmd == "type") {
     auto [name, textTyped] = SplitWord(rest);
     auto& c = ControlNamed(name);
+    // A control out of sight is out of the user's reach.
+    if (!c.Shown()) throw ScriptError{"cannot type into " + name + ": it is hidden"};
     if (auto* f = dynamic_cast<view::TextField*>(&c)) CurrentForm().Run([&] { f->UserType(textTyped); });
     else if (auto* t = dynamic_cast<view::TextBox*>(&c)) CurrentForm().Run([&] { t->UserType(textTyped); });
     else if (auto* cb = dynamic_cast<view::ComboBox*>(&c)) CurrentForm().Run([&] { cb->UserType(textTyped); });
@@ -147,8 +149,14 @@ void ScriptHost::Execute(const std::string& line) {
       if (!m_Answers.empty()) RunPendingBrowse();
     }
   } else if (cmd == "click") {
-    auto& c = ControlNamed(text::Trim(rest));
-    if (auto* o = dynamic_cast<view::OptionButton*>(&c)) CurrentForm().Run([&] { o->UserClick(); });
+    auto [name, button] = SplitWord(text::Trim(rest));
+    auto& c = ControlNamed(button.empty() ? text::Trim(rest) : name);
+    if (auto* bar = dynamic_cast<view::Toolbar*>(&c)) {
+      int index = text::IsNumeric(button) ? static_cast<int>(text::Val(button)) : 0;
+      if (index < 1 || index > bar->Count()) throw ScriptError{name + " has no button " + button};
+      CurrentForm().Run([&] { bar->UserClick(index); });
+    } else if (!button.empty()) throw ScriptError{"unknown control " + rest};
+    else if (auto* o = dynamic_cast<view::OptionButton*>(&c)) CurrentForm().Run([&] { o->UserClick(); });
     else if (auto* ch = dynamic_cast<view::CheckBox*>(&c)) CurrentForm().Run([&] { ch->UserClick(); });
     else if (auto* b = dynamic_cast<view::Button*>(&c)) CurrentForm().Run([&] { b->UserClick(); });
     else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) CurrentForm().Run([&] { p->UserClick(); });
@@ -159,6 +167,12 @@ void ScriptHost::Execute(const std::string& line) {
     auto node = tree->FindKey(text::Trim(rest));
     if (!node) throw ScriptError{"no node has the key " + rest};
     CurrentForm().Run([&] { tree->UserClick(node); });
+  } else if (cmd == "expand") {
+    auto* tree = CurrentForm().Inner().Tree();
+    if (!tree) throw ScriptError{"the form has no tree"};
+    auto node = tree->FindKey(text::Trim(rest));
+    if (!node) throw ScriptError{"no node has the key " + rest};
+    CurrentForm().Run([&] { tree->UserExpand(node); });
   } else if (cmd == "answer") {
     m_Answers.push_back(rest);
     RunPendingBrowse();
@@ -182,8 +196,18 @@ void ScriptHost::Execute(const std::string& line) {
     std::string value;
     std::getline(in, value);
     value = text::LTrim(value);
-    std::string err = cmd == "option" ? m_Context->SetOption(module, key, value) : m_Context->SetParameter(module, key, value);
+    std::string err;
+    if (cmd == "option") {
+      // The value is one word; what follows it is the option's name.
+      auto [word, name] = SplitWord(value);
+      err = m_Context->SetOption(module, key, word);
+      if (err.empty() && !text::Trim(name).empty()) err = m_Context->SetOptionName(module, key, text::Trim(name));
+    } else {
+      err = m_Context->SetParameter(module, key, value);
+    }
     if (!err.empty()) m_Out << "error " << err << "\n";
+  } else if (cmd == "rights" || cmd == "period" || cmd == "usersetting") {
+    SetHostStore(cmd, rest);
   } else if (!CallOperation(cmd, rest)) {
     throw ScriptError{"unknown command " + cmd};
   }
@@ -243,6 +267,32 @@ bool ScriptHost::CallOperation(const std::string& op, const std::string& args) {
   return true;
 }
 
+void ScriptHost::SetHostStore(const std::string& cmd, const std::string& args) {
+  std::istringstream in(args);
+  std::vector<std::string> words;
+  for (std::string w; in >> w;) words.push_back(w);
+  auto number = [&](const std::string& w) {
+    if (!text::IsNumeric(w) || w.find_first_not_of("-0123456789") != std::string::npos)
+      throw ScriptError{cmd + ": " + w + " is no whole number"};
+    return static_cast<int32_t>(text::Val(w));
+  };
+  IUserInfo user = m_Context->User();
+  std::string err;
+  if (cmd == "rights") {
+    if (words.size() != 3 || (words[1] != "0" && words[1] != "1") || (words[2] != "0" && words[2] != "1"))
+      throw ScriptError{"rights takes PROGID DETAIL ACTION, each right 0 or 1"};
+    err = m_Context->SetRights(user.Name, number(words[0]), words[1] == "1", words[2] == "1");
+  } else if (cmd == "period") {
+    if (words.size() != 1) throw ScriptError{"period takes N"};
+    err = m_Context->SetPeriod("system", 0, number(words[0]));
+  } else {
+    if (words.size() != 3) throw ScriptError{"usersetting takes SECTION KEY VALUE"};
+    if (user.SettingsApp.empty()) throw ScriptError{"the user has no store of personal settings"};
+    err = m_Context->SetUserSetting(user.Name, user.SettingsApp, words[0], words[1], words[2]);
+  }
+  if (!err.empty()) m_Out << "error " << err << "\n";
+}
+
 void ScriptHost::ShowTree() {
   auto* tree = CurrentForm().Inner().Tree();
   if (!tree) throw ScriptError{"the form has no tree"};
@@ -265,6 +315,7 @@ void ScriptHost::ShowFields() {
     if (auto* f = dynamic_cast<view::TextField*>(c.get()); f && f->GetReference().IsReference)
       m_Out << " value=" << f->GetValue().ToText();
     m_Out << (c->Enabled() ? " enabled" : " disabled");
+    if (!c->Shown()) m_Out << " hidden";
     if (c->HasFocus()) m_Out << " focus";
     m_Out << "\n";
   }
@@ -348,7 +399,9 @@ int ScriptHost::MsgBox(const std::string& text, int style, const std::string& ti
     for (int c : choices)
       if (text::EqualsNoCase(view::AnswerName(c), wanted)) answer = c;
   }
-  m_Out << "box " << title << " [" << view::IconName(style) << "] " << text << " -> " << view::AnswerName(answer)
+  // A box stays on one transcript line: its line breaks print as "\n".
+  std::string shown = text::Replace(text::Replace(text::Replace(text, "\r\n", "\n"), "\r", "\n"), "\n", "\\n");
+  m_Out << "box " << title << " [" << view::IconName(style) << "] " << shown << " -> " << view::AnswerName(answer)
         << "\n";
   return answer;
 }

@@ -23,6 +23,9 @@ namespace kmd::host {
 // <control>` opens the field's browse window, which takes the row whose shown text or code equals
 // the next answer (queued before, or given by the `answer` line right after), and prints
 // `browse <key> -> <shown text>` (`-> Cancel` when no row is taken).
+// `option MODULE KEY VALUE [NAME]` sets a system option (VALUE one word, the rest its name);
+// `expand KEY` is the user's expansion of a node; `click Toolbar1 N` clicks toolbar button N.
+// `type` into a control out of sight is a script error; `show fields` marks it `hidden`.
 class ScriptHost : public view::Platform, public IFormEvents {
  public:
   // Forms are created from `forms`, or from every form of the library when it is null. The
@@ -74,6 +77,9 @@ class ScriptHost : public view::Platform, public IFormEvents {
   };
   void Execute(const std::string& line);
   bool CallOperation(const std::string& op, const std::string& args);
+  // `rights PROGID DETAIL ACTION`, `period N`, `usersetting SECTION KEY VALUE`: the current user's
+  // rights and personal settings, and the accounting period, in the database.
+  void SetHostStore(const std::string& cmd, const std::string& args);
   void ShowTree();
   void ShowFields();
   void RunSql(const std::string& sql);

@@ -105,7 +105,8 @@ TEST_P(Scenario, TranscriptMatches) {
   std::ostringstream out, err;
   {
     auto database = std::make_shared<kmd::db::Database>(kmd::db::Open(dbPath));
-    auto context = std::make_shared<kmd::host::Context>(database, kmd::IUserInfo{"tester", (dir / "home").string(), ""});
+    auto context = std::make_shared<kmd::host::Context>(
+        database, kmd::IUserInfo{"tester", (dir / "home").string(), kmd::host::kSettingsApp});
     kmd::host::ScriptHost host(context, out, err);
     std::istringstream s(script);
     EXPECT_EQ(host.Run(s, file.string()), 0) << err.str();

@@ -173,6 +173,21 @@ void ScriptHost::Execute(const std::string& line) {
     auto node = tree->FindKey(text::Trim(rest));
     if (!node) throw ScriptError{"no node has the key " + rest};
     CurrentForm().Run([&] { tree->UserExpand(node); });
+  } else if (cmd == "drag") {
+    auto* tree = CurrentForm().Inner().Tree();
+    if (!tree) throw ScriptError{"the form has no tree"};
+    std::istringstream in(rest);
+    std::string sourceKey, targetKey;
+    if (!(in >> sourceKey >> targetKey)) throw ScriptError{"drag takes SOURCEKEY TARGETKEY"};
+    auto source = tree->FindKey(sourceKey), target = tree->FindKey(targetKey);
+    if (!source || !target) throw ScriptError{"no node has the key " + (source ? targetKey : sourceKey)};
+    // Both rows are brought into view (their parents expand as the program's, raising nothing),
+    // then the user drags the one onto the other.
+    CurrentForm().Run([&] {
+      source->EnsureVisible();
+      target->EnsureVisible();
+      tree->UserDrag(source, target);
+    });
   } else if (cmd == "answer") {
     m_Answers.push_back(rest);
     RunPendingBrowse();

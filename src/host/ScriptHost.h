@@ -24,7 +24,8 @@ namespace kmd::host {
 // the next answer (queued before, or given by the `answer` line right after), and prints
 // `browse <key> -> <shown text>` (`-> Cancel` when no row is taken).
 // `option MODULE KEY VALUE [NAME]` sets a system option (VALUE one word, the rest its name);
-// `expand KEY` is the user's expansion of a node; `click Toolbar1 N` clicks toolbar button N.
+// `expand KEY` is the user's expansion of a node; `click Toolbar1 N` clicks toolbar button N;
+// `drag SOURCEKEY TARGETKEY` drags a node onto another with the mouse and prints nothing itself.
 // `type` into a control out of sight is a script error; `show fields` marks it `hidden`.
 class ScriptHost : public view::Platform, public IFormEvents {
  public:

@@ -30,11 +30,17 @@ class Probe : public Form {
     bar->ButtonClick = [frame](view::ToolbarButton& b) { frame->SetVisible(b.Index == 2); };
     frame->SetVisible(false);
     Tree()->Expand = [this](const NodePtr& n) { RaiseMessage("expand " + n->Key()); };
+    m_Tv->DragEnabled = true;
+    m_Tv->Dragging = [this](const NodePtr& s, const NodePtr& t) { RaiseMessage("dragging " + s->Key() + " " + t->Key()); };
+    m_Tv->Dropped = [this](const NodePtr& s, const NodePtr& t) { RaiseMessage("dropped " + s->Key() + " " + t->Key()); };
   }
   bool Refresh() override {
     m_Tv->ClearTreeView();
     m_Tv->NodeAdd({}, -1, "ROOT", "root");
     m_Tv->NodeAdd("ROOT", view::tvwChild, "k1", "one");
+    m_Tv->NodeAdd("ROOT", view::tvwChild, "k2", "two");
+    m_Tv->NodeAdd("k2", view::tvwChild, "k21", "two-one");
+    m_Tv->ctrl()->Item("k2")->SetExpanded(false);
     auto rights = m_Context->ProgramRights(200008);
     RaiseMessage("rights " + std::to_string(rights.DetailRight) + std::to_string(rights.ActionRight) + " period " +
                  std::to_string(m_Context->Subsystem("system", 0).Period) + " rows " +
@@ -75,7 +81,8 @@ class ScriptCommands : public testing::Test {
 
 TEST_F(ScriptCommands, StoresReachTheFormAndControlsAnswerAsAUsersWould) {
   ASSERT_EQ(Run("open Probe 200008\nInit\nRefresh\nrights 200008 0 1\nperiod 202611\nusersetting settings cpml 50\n"
-                "option 12 4 1 本位币 名称\nRefresh\nshow fields\nclick Toolbar1 2\nshow fields\nexpand ROOT\nexpand k1\n"),
+                "option 12 4 1 本位币 名称\nRefresh\nshow fields\nclick Toolbar1 2\nshow fields\nexpand ROOT\nexpand k1\n"
+                "drag k1 k21\n"),
             0)
       << err.str();
   EXPECT_EQ(out.str(),
@@ -89,7 +96,8 @@ TEST_F(ScriptCommands, StoresReachTheFormAndControlsAnswerAsAUsersWould) {
             "Toolbar1 Toolbar \"\" enabled\n"
             "> click Toolbar1 2\n"
             "> show fields\nqnT(0) qnTxt_S \"\" enabled\nqnT(1) qnTxt_S \"\" enabled\nToolbar1 Toolbar \"2\" enabled\n"
-            "> expand ROOT\nevent Message | expand ROOT\n> expand k1\nevent Message | expand k1\n");
+            "> expand ROOT\nevent Message | expand ROOT\n> expand k1\nevent Message | expand k1\n"
+            "> drag k1 k21\nevent Message | dragging k1 k21\nevent Message | dropped k1 k21\n");
   // Another run of the same database keeps what the script set.
   ASSERT_EQ(Run("open Probe\nInit\nRefresh\n"), 0);
   EXPECT_NE(out.str().find("rights 01 period 202611 rows 50 option 1/本位币 名称"), std::string::npos) << out.str();
@@ -99,6 +107,7 @@ TEST_F(ScriptCommands, WhatAUserCannotDoIsAScriptError) {
   const std::pair<const char*, const char*> cases[] = {
       {"type qnT(1) x", "s:4: cannot type into qnT(1): it is hidden\n"},
       {"expand k9", "s:4: no node has the key k9\n"},
+      {"drag k1 k9", "s:4: no node has the key k9\n"},
       {"click Toolbar1 3", "s:4: Toolbar1 has no button 3\n"},
       {"click qnT(0) 1", "s:4: unknown control qnT(0) 1\n"},
       {"rights 200008 2 1", "s:4: rights takes PROGID DETAIL ACTION, each right 0 or 1\n"},

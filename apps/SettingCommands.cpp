@@ -18,6 +18,7 @@ struct Command {
   int32_t module = 0;
   std::string key;
   std::string value;
+  std::string name;
 };
 
 Command g_Option;
@@ -31,6 +32,7 @@ void Add(CLI::App& app, Command& c, const char* name, const char* what) {
   c.app->add_option("MODULE", c.module, "Module number (12 for the master-data forms)")->required();
   c.app->add_option("KEY", c.key, "Key, a number or a name")->required();
   c.app->add_option("VALUE", c.value, "Value to set");
+  if (c.isOption) c.app->add_option("NAME", c.name, "The option's name, set with its value");
 }
 
 int Run(const Command& c) {
@@ -44,6 +46,7 @@ int Run(const Command& c) {
     }
     std::string err = c.isOption ? context.SetOption(c.module, c.key, c.value)
                                  : context.SetParameter(c.module, c.key, c.value);
+    if (err.empty() && !c.name.empty()) err = context.SetOptionName(c.module, c.key, c.name);
     if (err.empty()) return 0;
     std::cerr << "kmd: " << err << "\n";
   } catch (const std::exception& e) {

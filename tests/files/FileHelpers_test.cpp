@@ -14,20 +14,15 @@
 #include "files/bGetTempFile.h"
 #include "files/file2db.h"
 #include "files/mShellExecute.h"
+#include "support/FileText.h"
 
 namespace fs = std::filesystem;
 using namespace kmd;
 
+using test::ReadAll;
+using test::WriteAll;
+
 namespace {
-
-std::string ReadAll(const fs::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-void WriteAll(const fs::path& p, const std::string& data) {
-  std::ofstream(p, std::ios::binary).write(data.data(), static_cast<std::streamsize>(data.size()));
-}
 
 // A private folder per test, and the temporary folder pointed into it.
 class Files : public ::testing::Test {

@@ -1,4 +1,5 @@
 #include "files/PackTool.h"
+#include "support/FileText.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -10,17 +11,10 @@
 namespace fs = std::filesystem;
 using namespace kmd;
 
+using test::ReadAll;
+using test::WriteAll;
+
 namespace {
-
-std::string ReadAll(const fs::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-void WriteAll(const fs::path& p, const std::string& data) {
-  if (p.has_parent_path()) fs::create_directories(p.parent_path());
-  std::ofstream(p, std::ios::binary).write(data.data(), static_cast<std::streamsize>(data.size()));
-}
 
 // The commands run in a private working folder, as `kmd pack` and friends run in the user's.
 class PackToolTest : public ::testing::Test {

@@ -142,11 +142,11 @@ void Database::CommitTrans() {
 void Database::RollbackTrans() {
   std::string err;
   if (m_UnitDepth > 0) {
-    if (m_Savepoints == 0) throw RuntimeError("cannot rollback - no transaction is active");
+    if (m_Savepoints == 0) return;
     err = m_Connection->Run("ROLLBACK TO " + Savepoint(), {}, nullptr);
     if (err.empty()) err = m_Connection->Run("RELEASE " + Savepoint(), {}, nullptr);
     --m_Savepoints;
-  } else {
+  } else if (m_Connection->InTransaction()) {
     err = m_Connection->Rollback();
   }
   if (!err.empty()) {

@@ -87,7 +87,8 @@ class Database : public IDatabase, public IDbError, public IDbInfo,
 
   std::shared_ptr<IDbCommand> CreateCommand(const std::string& sql, int32_t kind = 1) override;
   bool ResetState() override { return true; }
-  // Transaction failures (a nested BEGIN, a COMMIT without BEGIN) are run-time errors.
+  // Transaction failures (a nested BEGIN, a COMMIT without BEGIN) are run-time errors; a rollback
+  // without a transaction does nothing.
   void BeginTrans() override;
   void CommitTrans() override;
   void RollbackTrans() override;

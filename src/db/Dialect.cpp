@@ -282,6 +282,7 @@ std::string ToSqlite(const std::string& sql) {
   DateLiterals(t);
   DeleteWithoutFrom(t);
   UpdateFrom(t, "rowid");
+  PlusToConcat(t);
   TopToLimit(t);
   return Join(t);
 }

@@ -31,6 +31,8 @@ TEST(Dialect, DboIsNullDatesAndDeleteWithoutFrom) {
   EXPECT_EQ(ToSqlite("select '#1900-01-01#'"), "select '#1900-01-01#'");
   EXPECT_EQ(ToSqlite("DELETE kmdxsy WHERE AutoID=1"), "DELETE FROM kmdxsy WHERE AutoID=1");
   EXPECT_EQ(ToSqlite("delete from t where a=1"), "delete from t where a=1");
+  // The server's string "+" beside a literal; numbers still add.
+  EXPECT_EQ(ToSqlite("select 'k'+类别编码, a+1 from kmdcplb"), "select 'k'||类别编码, a+1 from kmdcplb");
 }
 
 // On the engine that KMD_TEST_DB names: SQLite in memory, or a scratch database on the server.
@@ -102,6 +104,7 @@ TEST_F(DbTest, TransactionsRollBack) {
   EXPECT_FALSE(database->InTrans());
   EXPECT_EQ(database->CreateCommand("select count(*) from kmdwldw")->ExecuteScalar().ToLong(), 3);
   EXPECT_THROW(database->CommitTrans(), RuntimeError);
+  database->RollbackTrans();  // without a transaction: nothing to undo, no error
 }
 
 TEST_F(DbTest, NextIdSharesOneCounterPerTableAndStaysAboveTheHighestKey) {

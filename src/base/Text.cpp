@@ -120,26 +120,36 @@ std::string LCase(std::string_view s) {
 
 bool EqualsNoCase(std::string_view a, std::string_view b) { return UCase(a) == UCase(b); }
 
+namespace {
+
+// The code point of the UTF-8 sequence at `i` and its length in bytes; 0 when the bytes there
+// do not make a sequence (a stray continuation byte, a bad lead byte, a sequence cut short).
+size_t DecodeOne(std::string_view s, size_t i, uint32_t& cp) {
+  auto c = static_cast<unsigned char>(s[i]);
+  size_t extra;
+  if (c < 0x80) { cp = c; extra = 0; }
+  else if ((c >> 5) == 6) { cp = c & 0x1F; extra = 1; }
+  else if ((c >> 4) == 14) { cp = c & 0x0F; extra = 2; }
+  else if ((c >> 3) == 30) { cp = c & 0x07; extra = 3; }
+  else return 0;
+  for (size_t k = 1; k <= extra; ++k) {
+    if (i + k >= s.size() || (static_cast<unsigned char>(s[i + k]) >> 6) != 2) return 0;
+    cp = (cp << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3F);
+  }
+  return extra + 1;
+}
+
+}  // namespace
+
 std::u16string ToUtf16(std::string_view s) {
   std::u16string out;
   out.reserve(s.size());
   size_t i = 0;
   while (i < s.size()) {
-    unsigned char c = static_cast<unsigned char>(s[i]);
     uint32_t cp;
-    int extra;
-    if (c < 0x80) { cp = c; extra = 0; }
-    else if ((c >> 5) == 6) { cp = c & 0x1F; extra = 1; }
-    else if ((c >> 4) == 14) { cp = c & 0x0F; extra = 2; }
-    else if ((c >> 3) == 30) { cp = c & 0x07; extra = 3; }
-    else { out.push_back(0xFFFD); ++i; continue; }
-    bool bad = false;
-    for (int k = 1; k <= extra; ++k) {
-      if (i + k >= s.size() || (static_cast<unsigned char>(s[i + k]) >> 6) != 2) { bad = true; break; }
-      cp = (cp << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3F);
-    }
-    if (bad) { out.push_back(0xFFFD); ++i; continue; }
-    i += extra + 1;
+    size_t length = DecodeOne(s, i, cp);
+    if (length == 0) { out.push_back(0xFFFD); ++i; continue; }
+    i += length;
     if (cp >= 0x10000) {
       cp -= 0x10000;
       out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
@@ -244,23 +254,17 @@ bool StartsWithNoCase(std::string_view s, std::string_view prefix) {
 
 std::string Lit(std::string_view value) { return Replace(value, "'", "''"); }
 
+std::string Quote(std::string_view value) { return "'" + Lit(value) + "'"; }
+
 bool IsStorableText(std::string_view s) {
-  size_t i = 0;
-  while (i < s.size()) {
-    auto c = static_cast<unsigned char>(s[i]);
-    if (c == 0) return false;
-    size_t extra = c < 0x80 ? 0 : (c >> 5) == 0x6 ? 1 : (c >> 4) == 0xE ? 2 : (c >> 3) == 0x1E ? 3 : 4;
-    if (extra == 4 || i + extra >= s.size()) return false;
-    uint32_t cp = extra == 0 ? c : c & (0x3F >> extra);
-    for (size_t k = 1; k <= extra; ++k) {
-      auto d = static_cast<unsigned char>(s[i + k]);
-      if ((d & 0xC0) != 0x80) return false;
-      cp = (cp << 6) | (d & 0x3F);
-    }
-    // Overlong forms, surrogates and values past U+10FFFF are not text.
-    static const uint32_t least[] = {0, 0x80, 0x800, 0x10000};
-    if (cp < least[extra] || (cp >= 0xD800 && cp <= 0xDFFF) || cp > 0x10FFFF) return false;
-    i += extra + 1;
+  for (size_t i = 0; i < s.size();) {
+    uint32_t cp;
+    size_t length = DecodeOne(s, i, cp);
+    // Overlong forms, surrogates and values past U+10FFFF are not text either.
+    static const uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (length == 0 || cp == 0 || cp < least[length] || (cp >= 0xD800 && cp <= 0xDFFF) || cp > 0x10FFFF)
+      return false;
+    i += length;
   }
   return true;
 }

@@ -49,6 +49,8 @@ bool StartsWithNoCase(std::string_view s, std::string_view prefix);
 // A value to be written between single quotes in a statement: its quotes are doubled, so that the
 // value stays one literal whatever it holds.
 std::string Lit(std::string_view value);
+// The value as a literal of its own: between single quotes, its quotes doubled.
+std::string Quote(std::string_view value);
 // Text that a field can store: valid UTF-8 without a NUL byte.
 bool IsStorableText(std::string_view s);
 

@@ -58,20 +58,20 @@ bool SH::IsCanSave() {
 
 std::vector<FlatDictionary::SaveCheck> SH::SaveChecks(bool isNew, const std::string& id) {
   std::string code = Code();
-  if (isNew) return {{" Select  * From kmdcolor Where 色号='" + text::Lit(code) + "'", "色号重复,请检查!", &qnT(0), true}};
-  return {{" Select  * From kmdcolor Where 色号ID <> " + id + " and 色号='" + text::Lit(code) + "'", "色号重复,请检查!", &qnT(0),
+  if (isNew) return {{" Select  * From kmdcolor Where 色号=" + text::Quote(code), "色号重复,请检查!", &qnT(0), true}};
+  return {{" Select  * From kmdcolor Where 色号ID <> " + id + " and 色号=" + text::Quote(code), "色号重复,请检查!", &qnT(0),
            true}};
 }
 
 void SH::NewId(int32_t& id) { m_IdAllocator->NextId("kmdcolor", "色号ID", id); }
 
 std::string SH::InsertSql(int32_t id) const {
-  return "insert into kmdcolor (色号id,色号,颜色,数号)  values( " + std::to_string(id) + ",'" + text::Lit(Code()) + "','" + text::Lit(Name()) +
-         "'," + std::to_string(Picture1->BackColor) + ") ";
+  return "insert into kmdcolor (色号id,色号,颜色,数号)  values( " + std::to_string(id) + "," + text::Quote(Code()) + "," + text::Quote(Name()) +
+         "," + std::to_string(Picture1->BackColor) + ") ";
 }
 
 std::string SH::UpdateSql(int32_t id) const {
-  return "update kmdcolor set 色号='" + text::Lit(Code()) + "',颜色='" + text::Lit(Name()) + "',数号=" + std::to_string(Picture1->BackColor) +
+  return "update kmdcolor set 色号=" + text::Quote(Code()) + ",颜色=" + text::Quote(Name()) + ",数号=" + std::to_string(Picture1->BackColor) +
          " where 色号ID=" + std::to_string(id);
 }
 

@@ -38,11 +38,11 @@ std::string BillType::UpdateScreenSql(int32_t id) const {
 std::vector<FlatDictionary::SaveCheck> BillType::SaveChecks(bool isNew, const std::string& id) {
   std::string code = Code(), name = Name();
   if (isNew)
-    return {{" Select * From KMDBilltype Where 票据类型代码='" + text::Lit(code) + "' ", "票据类型代码重复,请检查!", nullptr, true},
-            {" Select * From KMDBillType Where 票据类型名称='" + text::Lit(name) + "'", "票据类型名称重复,请检查!", nullptr, true}};
-  return {{" Select * From KMDBillType Where 票据类型ID <> " + id + " and 票据类型代码='" + text::Lit(code) + "'",
+    return {{" Select * From KMDBilltype Where 票据类型代码=" + text::Quote(code) + " ", "票据类型代码重复,请检查!", nullptr, true},
+            {" Select * From KMDBillType Where 票据类型名称=" + text::Quote(name), "票据类型名称重复,请检查!", nullptr, true}};
+  return {{" Select * From KMDBillType Where 票据类型ID <> " + id + " and 票据类型代码=" + text::Quote(code),
            "票据类型代码重复,请检查!", nullptr, true},
-          {" Select * From KMDBillType Where 票据类型ID <> " + id + " and 票据类型名称='" + text::Lit(name) + "' ",
+          {" Select * From KMDBillType Where 票据类型ID <> " + id + " and 票据类型名称=" + text::Quote(name) + " ",
            "票据类型名称重复,请检查!", nullptr, true}};
 }
 
@@ -53,12 +53,12 @@ std::string BillType::SystemRowSql(int32_t id) const {
 void BillType::NewId(int32_t& id) { m_IdAllocator->NextId("KMDBillType", "票据类型ID", id); }
 
 std::string BillType::InsertSql(int32_t id) const {
-  return "insert into KMDBillType (票据类型ID,票据类型代码,票据类型名称)values( " + std::to_string(id) + ",'" + text::Lit(Code()) +
-         "','" + text::Lit(Name()) + "') ";
+  return "insert into KMDBillType (票据类型ID,票据类型代码,票据类型名称)values( " + std::to_string(id) + "," + text::Quote(Code()) +
+         "," + text::Quote(Name()) + ") ";
 }
 
 std::string BillType::UpdateSql(int32_t id) const {
-  return "update KMDBillType set 票据类型代码='" + text::Lit(Code()) + "',票据类型名称='" + text::Lit(Name()) + "' where 票据类型ID='" +
+  return "update KMDBillType set 票据类型代码=" + text::Quote(Code()) + ",票据类型名称=" + text::Quote(Name()) + " where 票据类型ID='" +
          std::to_string(id) + "'";
 }
 

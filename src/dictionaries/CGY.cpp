@@ -31,8 +31,8 @@ std::string CGY::SystemRowSql(int32_t id) const {
 bool CGY::IsSystemRecord(int32_t id) { return Taken(SystemRowSql(id), true); }
 
 std::string CGY::UpdateSql(int32_t id) const {
-  return "update kmdxsy set 代码='" + text::Lit(Code()) + "',名称='" + text::Lit(Name()) + "',电话号码='" + text::Lit(Phone()) +
-         "' where AutoID=" + std::to_string(id);
+  return "update kmdxsy set 代码=" + text::Quote(Code()) + ",名称=" + text::Quote(Name()) + ",电话号码=" + text::Quote(Phone()) +
+         " where AutoID=" + std::to_string(id);
 }
 
 }  // namespace kmd

@@ -36,11 +36,11 @@ std::string HYFS::UpdateScreenSql(int32_t id) const {
 std::vector<FlatDictionary::SaveCheck> HYFS::SaveChecks(bool isNew, const std::string& id) {
   std::string code = Code(), name = Name();
   if (isNew)
-    return {{" Select * From KMDHYFS Where 简称='" + text::Lit(code) + "' ", "货运方式的简称重复,请检查后重试!", nullptr, true},
-            {" Select * From KMDhyfs Where 货运方式='" + text::Lit(name) + "'", "货运方式名称已经存在,请检查后重试!", nullptr, true}};
-  return {{" Select * From KMDHYFS Where 货运ID <> " + id + " and 简称='" + text::Lit(code) + "'", "货运方式的简称重复,请检查后重试!",
+    return {{" Select * From KMDHYFS Where 简称=" + text::Quote(code) + " ", "货运方式的简称重复,请检查后重试!", nullptr, true},
+            {" Select * From KMDhyfs Where 货运方式=" + text::Quote(name), "货运方式名称已经存在,请检查后重试!", nullptr, true}};
+  return {{" Select * From KMDHYFS Where 货运ID <> " + id + " and 简称=" + text::Quote(code), "货运方式的简称重复,请检查后重试!",
            nullptr, true},
-          {" Select * From KMDHYFS Where 货运ID <> " + id + " and 货运方式='" + text::Lit(name) + "' ",
+          {" Select * From KMDHYFS Where 货运ID <> " + id + " and 货运方式=" + text::Quote(name) + " ",
            "货运方式名称已经存在,请检查后重试!", nullptr, true}};
 }
 
@@ -51,12 +51,12 @@ std::string HYFS::SystemRowSql(int32_t id) const {
 void HYFS::NewId(int32_t& id) { m_IdAllocator->NextId("KMDHYFS ", "货运ID", id); }
 
 std::string HYFS::InsertSql(int32_t id) const {
-  return "insert into KMDHYFS (货运ID,简称,货运方式)values( " + std::to_string(id) + ",'" + text::Lit(Code()) + "','" + text::Lit(Name()) +
-         "') ";
+  return "insert into KMDHYFS (货运ID,简称,货运方式)values( " + std::to_string(id) + "," + text::Quote(Code()) + "," + text::Quote(Name()) +
+         ") ";
 }
 
 std::string HYFS::UpdateSql(int32_t id) const {
-  return "update KMDHYFS set 简称='" + text::Lit(Code()) + "',货运方式='" + text::Lit(Name()) + "' where 货运ID='" + std::to_string(id) + "'";
+  return "update KMDHYFS set 简称=" + text::Quote(Code()) + ",货运方式=" + text::Quote(Name()) + " where 货运ID='" + std::to_string(id) + "'";
 }
 
 std::vector<std::string> HYFS::DeleteSql() const { return {"delete from KMDHYFS where 货运ID=" + std::to_string(m_ID)}; }

@@ -34,8 +34,8 @@ Item::Item(view::Platform& platform) : FlatDictionary("Item", platform) {
 std::string Item::UpdateScreenSql(int32_t id) const { return "SELECT * FROM KMDItem WHERE 项目ID =" + std::to_string(id); }
 
 std::vector<FlatDictionary::SaveCheck> Item::SaveChecks(bool, const std::string& id) {
-  return {{" Select * From KMDItem Where 项目编号='" + text::Lit(Code()) + "' and 项目ID<>" + id, "项目编号重复,请检查!", nullptr, true},
-          {" Select * From KMDItem Where 项目名称='" + text::Lit(Name()) + "' and 项目ID<>" + id, "项目名称重复,请检查!", nullptr,
+  return {{" Select * From KMDItem Where 项目编号=" + text::Quote(Code()) + " and 项目ID<>" + id, "项目编号重复,请检查!", nullptr, true},
+          {" Select * From KMDItem Where 项目名称=" + text::Quote(Name()) + " and 项目ID<>" + id, "项目名称重复,请检查!", nullptr,
            true}};
 }
 
@@ -46,13 +46,13 @@ std::string Item::SystemRowSql(int32_t id) const {
 void Item::NewId(int32_t& id) { m_IdAllocator->NextId("KMDItem", "项目ID", id); }
 
 std::string Item::InsertSql(int32_t id) const {
-  return "insert into KMDItem (项目ID,项目编号,项目名称,说明)values( " + std::to_string(id) + ",'" + text::Lit(Code()) + "','" +
-         text::Lit(Name()) + "','" + text::Lit(text::Trim(qnT(2).Text())) + "')";
+  return "insert into KMDItem (项目ID,项目编号,项目名称,说明)values( " + std::to_string(id) + "," + text::Quote(Code()) + "," +
+         text::Quote(Name()) + "," + text::Quote(text::Trim(qnT(2).Text())) + ")";
 }
 
 std::string Item::UpdateSql(int32_t id) const {
-  return "update KMDItem set 项目编号='" + text::Lit(Code()) + "',项目名称='" + text::Lit(Name()) + "',说明='" + text::Lit(text::Trim(qnT(2).Text())) +
-         "' where 项目ID=" + std::to_string(id);
+  return "update KMDItem set 项目编号=" + text::Quote(Code()) + ",项目名称=" + text::Quote(Name()) + ",说明=" + text::Quote(text::Trim(qnT(2).Text())) +
+         " where 项目ID=" + std::to_string(id);
 }
 
 std::vector<std::string> Item::DeleteSql() const { return {"delete from KMDItem where 项目ID=" + std::to_string(m_ID)}; }

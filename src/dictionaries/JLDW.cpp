@@ -75,21 +75,21 @@ bool JLDW::IsCanSave() {
     std::string code = Code(), name = Name();
     int32_t id = EditingId();
     if (text::Val(lbl(0).Caption()) <= 0) {
-      if (Taken(" Select count(*) From KMDJLDW Where 代码='" + text::Lit(code) + "'")) {
+      if (Taken(" Select count(*) From KMDJLDW Where 代码=" + text::Quote(code))) {
         RefuseDuplicate("代码(" + code + ")重复,请检查!", &qnT(0));
         return false;
       }
-      if (Taken(" Select count(*) From KMDJLDW Where 名称='" + text::Lit(name) + "' ")) {
+      if (Taken(" Select count(*) From KMDJLDW Where 名称=" + text::Quote(name) + " ")) {
         RefuseDuplicate("名称(" + name + ")重复,请检查!", &qnT(1));
         return false;
       }
     } else {
       std::string sid = std::to_string(id);
-      if (Taken(" Select  count(*) From KMDJLDW Where 单位ID <> " + sid + " and 代码='" + text::Lit(code) + "'")) {
+      if (Taken(" Select  count(*) From KMDJLDW Where 单位ID <> " + sid + " and 代码=" + text::Quote(code))) {
         RefuseDuplicate("代码" + code + "重复,请检查!", &qnT(0));
         return false;
       }
-      if (Taken(" Select count(*) From KMDJLDW Where 单位ID <> " + sid + " and 名称='" + text::Lit(name) + "' ")) {
+      if (Taken(" Select count(*) From KMDJLDW Where 单位ID <> " + sid + " and 名称=" + text::Quote(name) + " ")) {
         RefuseDuplicate("名称" + name + "重复,请检查!", &qnT(1));
         return false;
       }
@@ -109,13 +109,13 @@ void JLDW::NewId(int32_t& id) { m_IdAllocator->NextId("kmdjldw", "单位ID", id)
 
 std::string JLDW::InsertSql(int32_t id) const {
   int flag = Opt(0).GetValue() ? 1 : 0;
-  return "insert into kmdjldw (单位ID,代码,名称,是否系统) values ( " + std::to_string(id) + "," + "'" + text::Lit(Code()) +
-         "','" + text::Lit(Name()) + "'," + std::to_string(flag) + ") ";
+  return "insert into kmdjldw (单位ID,代码,名称,是否系统) values ( " + std::to_string(id) + "," + text::Quote(Code()) +
+         "," + text::Quote(Name()) + "," + std::to_string(flag) + ") ";
 }
 
 std::string JLDW::UpdateSql(int32_t id) const {
   int flag = Opt(0).GetValue() ? 1 : 0;
-  return "update kmdjldw set 代码='" + text::Lit(Code()) + "',名称='" + text::Lit(Name()) + "',是否系统=" + std::to_string(flag) +
+  return "update kmdjldw set 代码=" + text::Quote(Code()) + ",名称=" + text::Quote(Name()) + ",是否系统=" + std::to_string(flag) +
          " where 单位ID= " + std::to_string(id);
 }
 

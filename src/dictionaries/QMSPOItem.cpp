@@ -47,12 +47,12 @@ std::vector<FlatDictionary::SaveCheck> QMSItemDictionary::SaveChecks(bool isNew,
   std::string code = Code(), name = Name();
   std::string codeTaken = "项目编码(" + code + ")重复,请检查!";
   if (isNew)
-    return {{" Select count(*) From " + m_Table + " Where 项目编码='" + text::Lit(code) + "'", codeTaken, &qnT(0)},
-            {" Select count(*) From " + m_Table + " Where 项目名称='" + text::Lit(name) + "'",
+    return {{" Select count(*) From " + m_Table + " Where 项目编码=" + text::Quote(code), codeTaken, &qnT(0)},
+            {" Select count(*) From " + m_Table + " Where 项目名称=" + text::Quote(name),
              m_NameWord + "(" + name + ")重复,请检查!", &qnT(1)}};
-  return {{" Select count(*) From " + m_Table + " Where 检验项目ID <> " + id + " and  项目编码='" + text::Lit(code) + "'", codeTaken,
+  return {{" Select count(*) From " + m_Table + " Where 检验项目ID <> " + id + " and  项目编码=" + text::Quote(code), codeTaken,
            &qnT(0)},
-          {" Select Count(*) From " + m_Table + " Where 检验项目ID <> " + id + " and 项目名称='" + text::Lit(name) + "'",
+          {" Select Count(*) From " + m_Table + " Where 检验项目ID <> " + id + " and 项目名称=" + text::Quote(name),
            "项目名称(" + name + ")重复,请检查!", &qnT(1)},
           {" Select Count(*) From " + m_Table + " Where 检验项目ID = " + id,
            "编辑中的记录已经不存在内部ID,请刷新数据后重新检查!", nullptr, false, true}};
@@ -66,12 +66,12 @@ void QMSItemDictionary::NewId(int32_t& id) { m_IdAllocator->NextId(m_IdTable, "�
 
 std::string QMSItemDictionary::InsertSql(int32_t id) const {
   return "insert into " + m_Table + " (检验项目ID,项目编码,项目名称,包含内容,说明) values ( " + std::to_string(id) +
-         ",'" + text::Lit(Code()) + "','" + text::Lit(Name()) + "','" + text::Lit(Field(2)) + "','" + text::Lit(Field(3)) + "')";
+         "," + text::Quote(Code()) + "," + text::Quote(Name()) + "," + text::Quote(Field(2)) + "," + text::Quote(Field(3)) + ")";
 }
 
 std::string QMSItemDictionary::UpdateSql(int32_t id) const {
-  return "update " + m_Table + " set 项目编码='" + text::Lit(Code()) + "', 项目名称='" + text::Lit(Name()) + "', 包含内容='" + text::Lit(Field(2)) +
-         "', 说明='" + text::Lit(Field(3)) + "' where 检验项目ID = " + std::to_string(id);
+  return "update " + m_Table + " set 项目编码=" + text::Quote(Code()) + ", 项目名称=" + text::Quote(Name()) + ", 包含内容=" + text::Quote(Field(2)) +
+         ", 说明=" + text::Quote(Field(3)) + " where 检验项目ID = " + std::to_string(id);
 }
 
 std::vector<std::string> QMSItemDictionary::DeleteSql() const {

@@ -36,11 +36,11 @@ std::string SKFS::UpdateScreenSql(int32_t id) const {
 std::vector<FlatDictionary::SaveCheck> SKFS::SaveChecks(bool isNew, const std::string& id) {
   std::string code = Code(), name = Name();
   if (isNew)
-    return {{" Select * From KMDSKFS Where 助忆词='" + text::Lit(code) + "' ", "助忆词重复,请检查!", nullptr, true},
-            {" Select * From KMDSKFS Where 收款名称='" + text::Lit(name) + "'", "结算名称重复,请检查!", nullptr, true}};
-  return {{" Select * From KMDSKFS Where 收款方式ID <> " + id + " and 助忆词='" + text::Lit(code) + "'", "助忆词重复,请检查!",
+    return {{" Select * From KMDSKFS Where 助忆词=" + text::Quote(code) + " ", "助忆词重复,请检查!", nullptr, true},
+            {" Select * From KMDSKFS Where 收款名称=" + text::Quote(name), "结算名称重复,请检查!", nullptr, true}};
+  return {{" Select * From KMDSKFS Where 收款方式ID <> " + id + " and 助忆词=" + text::Quote(code), "助忆词重复,请检查!",
            nullptr, true},
-          {" Select * From KMDSKFS Where 收款方式ID <> " + id + " and 收款名称='" + text::Lit(name) + "' ", "结算名称重复,请检查!",
+          {" Select * From KMDSKFS Where 收款方式ID <> " + id + " and 收款名称=" + text::Quote(name) + " ", "结算名称重复,请检查!",
            nullptr, true}};
 }
 
@@ -51,12 +51,12 @@ std::string SKFS::SystemRowSql(int32_t id) const {
 void SKFS::NewId(int32_t& id) { m_IdAllocator->NextId("KMDSKFS ", "收款方式ID", id); }
 
 std::string SKFS::InsertSql(int32_t id) const {
-  return "insert into KMDSKFS (收款方式ID,助忆词,收款名称)values( " + std::to_string(id) + ",'" + text::Lit(Code()) + "','" +
-         text::Lit(Name()) + "') ";
+  return "insert into KMDSKFS (收款方式ID,助忆词,收款名称)values( " + std::to_string(id) + "," + text::Quote(Code()) + "," +
+         text::Quote(Name()) + ") ";
 }
 
 std::string SKFS::UpdateSql(int32_t id) const {
-  return "update KMDSKFS set 助忆词='" + text::Lit(Code()) + "',收款名称='" + text::Lit(Name()) + "' where 收款方式ID=" + std::to_string(id);
+  return "update KMDSKFS set 助忆词=" + text::Quote(Code()) + ",收款名称=" + text::Quote(Name()) + " where 收款方式ID=" + std::to_string(id);
 }
 
 std::vector<std::string> SKFS::DeleteSql() const {

@@ -33,8 +33,8 @@ std::string WHCD::UpdateScreenSql(int32_t id) const {
 }
 
 std::vector<FlatDictionary::SaveCheck> WHCD::SaveChecks(bool isNew, const std::string& id) {
-  if (isNew) return {{" Select  * From KMDWHCD Where 文化程度='" + text::Lit(Name()) + "'", "文化程度重复,请检查!", nullptr, true}};
-  return {{" Select  * From KMDWHCD Where 文化程度ID <> " + id + " and 文化程度='" + text::Lit(Name()) + "'", "文化程度,请检查!",
+  if (isNew) return {{" Select  * From KMDWHCD Where 文化程度=" + text::Quote(Name()), "文化程度重复,请检查!", nullptr, true}};
+  return {{" Select  * From KMDWHCD Where 文化程度ID <> " + id + " and 文化程度=" + text::Quote(Name()), "文化程度,请检查!",
            nullptr, true}};
 }
 
@@ -45,11 +45,11 @@ std::string WHCD::SystemRowSql(int32_t id) const {
 void WHCD::NewId(int32_t& id) { m_IdAllocator->NextId("kmdwhcd", "文化程度ID", id); }
 
 std::string WHCD::InsertSql(int32_t id) const {
-  return "insert into kmdwhcd (文化程度ID,文化程度)values( " + std::to_string(id) + ",'" + text::Lit(Name()) + "') ";
+  return "insert into kmdwhcd (文化程度ID,文化程度)values( " + std::to_string(id) + "," + text::Quote(Name()) + ") ";
 }
 
 std::string WHCD::UpdateSql(int32_t id) const {
-  return "update kmdwhcd set 文化程度='" + text::Lit(Name()) + "' where 文化程度ID='" + std::to_string(id) + "'";
+  return "update kmdwhcd set 文化程度=" + text::Quote(Name()) + " where 文化程度ID='" + std::to_string(id) + "'";
 }
 
 std::vector<std::string> WHCD::DeleteSql() const {

@@ -49,8 +49,8 @@ std::vector<FlatDictionary::SaveCheck> PersonDictionary::SaveChecks(bool isNew, 
 void PersonDictionary::NewId(int32_t& id) { m_IdAllocator->NextId("kmdxsy", "AutoID", id); }
 
 std::string PersonDictionary::InsertSql(int32_t id) const {
-  return "insert into kmdxsy (AutoID,代码,名称,电话号码,类型ID) values ( " + std::to_string(id) + ",'" + text::Lit(Code()) + "','" +
-         text::Lit(Name()) + "','" + text::Lit(Phone()) + "'," + m_TypeId + ")";
+  return "insert into kmdxsy (AutoID,代码,名称,电话号码,类型ID) values ( " + std::to_string(id) + "," + text::Quote(Code()) + "," +
+         text::Quote(Name()) + "," + text::Quote(Phone()) + "," + m_TypeId + ")";
 }
 
 std::vector<std::string> PersonDictionary::DeleteSql() const {
@@ -75,8 +75,8 @@ std::string XSY::SystemRowSql(int32_t id) const {
 }
 
 std::string XSY::UpdateSql(int32_t id) const {
-  return "update kmdxsy set 代码='" + text::Lit(Code()) + "',名称='" + text::Lit(Name()) + "',电话号码='" + text::Lit(Phone()) +
-         "' where AutoID = " + std::to_string(id);
+  return "update kmdxsy set 代码=" + text::Quote(Code()) + ",名称=" + text::Quote(Name()) + ",电话号码=" + text::Quote(Phone()) +
+         " where AutoID = " + std::to_string(id);
 }
 
 std::string XSY::DeleteJournal(const std::string& nodeText) const { return "删除了销售员" + nodeText; }

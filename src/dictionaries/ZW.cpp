@@ -34,10 +34,10 @@ std::string ZW::UpdateScreenSql(int32_t id) const { return "SELECT * FROM kmdzw 
 std::vector<FlatDictionary::SaveCheck> ZW::SaveChecks(bool isNew, const std::string& id) {
   std::string code = Code(), name = Name();
   if (isNew)
-    return {{" Select count(*) From KMDZW Where 编号='" + text::Lit(code) + "' ", "编号重复,请检查!"},
-            {" Select  count(*) From KMDZW Where 职务='" + text::Lit(name) + "'", "职务重复,请检查!"}};
-  return {{" Select  * From KMDZW Where 职务ID <> " + id + " and 编号='" + text::Lit(code) + "'", "编号重复,请检查!", nullptr, true},
-          {" Select * From KMDZW Where 职务ID <> " + id + " and 职务='" + text::Lit(name) + "' ", "职务重复,请检查!", nullptr, true}};
+    return {{" Select count(*) From KMDZW Where 编号=" + text::Quote(code) + " ", "编号重复,请检查!"},
+            {" Select  count(*) From KMDZW Where 职务=" + text::Quote(name), "职务重复,请检查!"}};
+  return {{" Select  * From KMDZW Where 职务ID <> " + id + " and 编号=" + text::Quote(code), "编号重复,请检查!", nullptr, true},
+          {" Select * From KMDZW Where 职务ID <> " + id + " and 职务=" + text::Quote(name) + " ", "职务重复,请检查!", nullptr, true}};
 }
 
 // Reads the selected record by m_ID, not by the id label.
@@ -52,12 +52,12 @@ void ZW::RefuseSystemRow() {
 void ZW::NewId(int32_t& id) { m_IdAllocator->NextId("kmdzw", "职务ID", id); }
 
 std::string ZW::InsertSql(int32_t id) const {
-  return "insert into kmdzw (职务ID,编号,职务)values( " + std::to_string(id) + "," + "'" + text::Lit(Code()) + "','" + text::Lit(Name()) +
-         "') ";
+  return "insert into kmdzw (职务ID,编号,职务)values( " + std::to_string(id) + "," + text::Quote(Code()) + "," + text::Quote(Name()) +
+         ") ";
 }
 
 std::string ZW::UpdateSql(int32_t id) const {
-  return "update kmdzw set 编号='" + text::Lit(Code()) + "',职务='" + text::Lit(Name()) + "' where 职务ID=" + std::to_string(id);
+  return "update kmdzw set 编号=" + text::Quote(Code()) + ",职务=" + text::Quote(Name()) + " where 职务ID=" + std::to_string(id);
 }
 
 std::vector<std::string> ZW::DeleteSql() const { return {"delete from kmdzw where 职务ID= " + std::to_string(m_ID)}; }

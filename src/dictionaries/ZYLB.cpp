@@ -40,11 +40,11 @@ std::string ZYLB::UpdateScreenSql(int32_t id) const {
 std::vector<FlatDictionary::SaveCheck> ZYLB::SaveChecks(bool isNew, const std::string& id) {
   std::string code = Code(), name = Name();
   if (isNew)
-    return {{" Select  * From KMDZYLB Where 类别代码='" + text::Lit(code) + "'", "类别代码重复,请检查!", nullptr, true},
-            {" Select * From KMDZYLB Where 职员类别='" + text::Lit(name) + "' ", "职员类别重复,请检查!", nullptr, true}};
-  return {{" Select  * From KMDZYLB Where 类别ID <> " + id + " and 类别代码='" + text::Lit(code) + "'", "类别代码重复,请检查!",
+    return {{" Select  * From KMDZYLB Where 类别代码=" + text::Quote(code), "类别代码重复,请检查!", nullptr, true},
+            {" Select * From KMDZYLB Where 职员类别=" + text::Quote(name) + " ", "职员类别重复,请检查!", nullptr, true}};
+  return {{" Select  * From KMDZYLB Where 类别ID <> " + id + " and 类别代码=" + text::Quote(code), "类别代码重复,请检查!",
            nullptr, true},
-          {" Select * From KMDZYLB Where 类别ID <> " + id + " and 职员类别='" + text::Lit(name) + "' ", "职员类别重复,请检查!",
+          {" Select * From KMDZYLB Where 类别ID <> " + id + " and 职员类别=" + text::Quote(name) + " ", "职员类别重复,请检查!",
            nullptr, true}};
 }
 
@@ -55,12 +55,12 @@ std::string ZYLB::SystemRowSql(int32_t id) const {
 void ZYLB::NewId(int32_t& id) { m_IdAllocator->NextId("kmdzylb", "类别ID", id); }
 
 std::string ZYLB::InsertSql(int32_t id) const {
-  return "insert into kmdzylb (类别ID,类别代码,职员类别)values(" + std::to_string(id) + ",'" + text::Lit(Code()) + "','" + text::Lit(Name()) +
-         "') ";
+  return "insert into kmdzylb (类别ID,类别代码,职员类别)values(" + std::to_string(id) + "," + text::Quote(Code()) + "," + text::Quote(Name()) +
+         ") ";
 }
 
 std::string ZYLB::UpdateSql(int32_t id) const {
-  return "update kmdzylb set 类别代码='" + text::Lit(Code()) + "',职员类别='" + text::Lit(Name()) + "' where 类别ID='" + std::to_string(id) +
+  return "update kmdzylb set 类别代码=" + text::Quote(Code()) + ",职员类别=" + text::Quote(Name()) + " where 类别ID='" + std::to_string(id) +
          "'";
 }
 

@@ -193,7 +193,7 @@ void BM::ShowRecord(db::Recordset& rs) {
   Value attribute = rs.Fields("属性");
   qnTxt->SetValue(attribute);
   qnTxt->SetText(ReadValue("SELECT Caption From xt_billattribute  Where attribute ='仓库属性' AND progID=" +
-                           std::to_string(m_ProgramId) + " AND Text='" + text::Lit(attribute.ToText()) + "'")
+                           std::to_string(m_ProgramId) + " AND Text=" + text::Quote(attribute.ToText()))
                      .ToText());
   Database()->ResetState();
   m_WarehouseFrame->SetVisible(Chk(3).GetValue() == 1);
@@ -238,8 +238,8 @@ bool BM::IsCanSaveMember() {
 std::vector<CodedHierarchy::SaveCheck> BM::SaveChecks(bool isNew, const std::string& id, const std::string& code,
                                                       const std::string& name) {
   std::string other = isNew ? "" : "部门ID <> " + id + " and ";
-  return {{" Select  * From KMDBM Where " + other + "部门名称='" + text::Lit(name) + "'", "部门名称重复,请检查!"},
-          {" Select * From KMDBm Where " + other + "部门编码='" + text::Lit(code) + "' ", "编码重复,请检查!"}};
+  return {{" Select  * From KMDBM Where " + other + "部门名称=" + text::Quote(name), "部门名称重复,请检查!"},
+          {" Select * From KMDBm Where " + other + "部门编码=" + text::Quote(code) + " ", "编码重复,请检查!"}};
 }
 
 std::string BM::DetailCheckSql(const std::string& id) const { return " Select * From KMDBM Where 部门ID = " + id; }
@@ -249,22 +249,22 @@ std::string BM::Attribute() const { return text::FormatNumber(text::Val(qnTxt->G
 std::string BM::InsertSql(int32_t id, const std::string& code, int level) const {
   return "insert into kmdbm (部门ID,部门编码,部门名称,英文名称,是否明细,级次,是否使用,是否存放物品," +
          std::string("是否参与生产,是否参与采购,是否参与销售,组织类型,属性,是否允许负库存,是否与产品连接,不参与物料运算) values ( ") +
-         std::to_string(id) + ",'" + text::Lit(code) + "','" + text::Lit(Name()) + "','" + text::Lit(text::Trim(Txt(2).Text())) + "'," + Flag(6) + "," +
+         std::to_string(id) + "," + text::Quote(code) + "," + text::Quote(Name()) + "," + text::Quote(text::Trim(Txt(2).Text())) + "," + Flag(6) + "," +
          std::to_string(level) + "," + Flag(7) + "," + Flag(3) + "," + Flag(0) + "," + Flag(2) + "," + Flag(1) + "," +
          std::to_string(m_OrgType) + "," + Attribute() + "," + Flag(5) + "," + Flag(4) + "," + Flag(8) + " ) ";
 }
 
 // Every save writes the level again, and the detail flag as the box shows it.
 std::string BM::UpdateSql(int32_t id, const std::string& code) const {
-  return "update kmdbm set 部门编码='" + text::Lit(code) + "',部门名称='" + text::Lit(Name()) + "',英文名称='" + text::Lit(text::Trim(Txt(2).Text())) +
-         "',是否明细=" + Flag(6) + ",是否参与采购=" + Flag(2) + ",是否参与生产=" + Flag(0) + ",是否参与销售=" + Flag(1) +
+  return "update kmdbm set 部门编码=" + text::Quote(code) + ",部门名称=" + text::Quote(Name()) + ",英文名称=" + text::Quote(text::Trim(Txt(2).Text())) +
+         ",是否明细=" + Flag(6) + ",是否参与采购=" + Flag(2) + ",是否参与生产=" + Flag(0) + ",是否参与销售=" + Flag(1) +
          ",是否存放物品=" + Flag(3) + ",是否使用=" + Flag(7) + ",是否允许负库存=" + Flag(5) + ",是否与产品连接=" + Flag(4) +
          ",组织类型=" + std::to_string(m_OrgType) + ",属性=" + Attribute() + ",不参与物料运算=" + Flag(8) +
          ",级次=" + std::to_string(m_CodeRule->CodeLevel(code, m_Rule)) + " where 部门ID=" + std::to_string(id);
 }
 
 std::vector<std::string> BM::ParentBranchSql(const std::string& parent, int32_t) const {
-  return {"update  kmdBM  set 是否明细= 0 where 部门编码 ='" + text::Lit(parent) + "'"};
+  return {"update  kmdBM  set 是否明细= 0 where 部门编码 =" + text::Quote(parent) + ""};
 }
 
 // ---- Delete ----

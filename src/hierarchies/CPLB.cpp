@@ -97,7 +97,7 @@ std::string CPLB::SubjectName(const std::string& sql) {
 void CPLB::ShowRecord(db::Recordset& rs) {
   Value stock = rs.Fields("对应科目编号");
   qnT(3).SetValue(stock);
-  qnT(3).SetText(SubjectName("select 科目名称 from kmdkjkm where 科目编码='" + text::Lit(stock.ToText()) + "'"));
+  qnT(3).SetText(SubjectName("select 科目名称 from kmdkjkm where 科目编码=" + text::Quote(stock.ToText())));
   Value payable = rs.Fields("应付科目ID");
   qnT(5).SetValue(payable);
   qnT(5).SetText(SubjectName("select 科目名称 from kmdkjkm where 科目ID=" + payable.ToText()));
@@ -109,7 +109,7 @@ void CPLB::ShowRecord(db::Recordset& rs) {
 
 // A category in use may take a child only when its products go along to that child.
 bool CPLB::IsCanAddChild(const std::string& code) {
-  if (!HasRow(" SELECT DISTINCT 产品类别ID FROM vtKMDCPML WHERE 类别编码='" + text::Lit(code) + "'")) return true;
+  if (!HasRow(" SELECT DISTINCT 产品类别ID FROM vtKMDCPML WHERE 类别编码=" + text::Quote(code))) return true;
   return MsgBox("该产品类别已启用,新增下级后将该产品类别下的产品放到新增的产品类别下,是否继续?",
                 view::vbYesNo | view::vbExclamation, kInUseTitle) == view::vbYes;
 }
@@ -122,7 +122,7 @@ std::string CPLB::SubjectId(const view::TextField& field) {
 
 // A user restricted to some stock subjects files categories under those alone.
 bool CPLB::IsCanSaveMember() {
-  if (m_KmFilter.empty() || text::InStr(m_KmFilter, "'" + text::Lit(StockSubject()) + "'") > 0) return true;
+  if (m_KmFilter.empty() || text::InStr(m_KmFilter, text::Quote(StockSubject())) > 0) return true;
   MsgBox("类别的会计科目设置错误,没有操作此科目的权限！", view::vbInformation, "提示：");
   return false;
 }
@@ -130,11 +130,11 @@ bool CPLB::IsCanSaveMember() {
 std::vector<CodedHierarchy::SaveCheck> CPLB::SaveChecks(bool isNew, const std::string& id, const std::string& code,
                                                         const std::string& name) {
   if (isNew)
-    return {{" Select  * From KMDcplb Where 类别名称='" + text::Lit(name) + "'", "类别名称重复,请检查!"},
-            {" Select * From KMDcplb Where 类别编码='" + text::Lit(code) + "' ", "已经存在此编码,类别名称(", nullptr, "类别名称",
+    return {{" Select  * From KMDcplb Where 类别名称=" + text::Quote(name), "类别名称重复,请检查!"},
+            {" Select * From KMDcplb Where 类别编码=" + text::Quote(code) + " ", "已经存在此编码,类别名称(", nullptr, "类别名称",
              "),请检查!"}};
-  return {{" Select  * From KMDcplb Where 类别ID <> " + id + " and 类别名称='" + text::Lit(name) + "'", "类别名称重复,请检查!"},
-          {" Select * From KMDCPLB Where 类别ID <> " + id + " and 类别编码='" + text::Lit(code) + "' ",
+  return {{" Select  * From KMDcplb Where 类别ID <> " + id + " and 类别名称=" + text::Quote(name), "类别名称重复,请检查!"},
+          {" Select * From KMDCPLB Where 类别ID <> " + id + " and 类别编码=" + text::Quote(code) + " ",
            "已经存在此编码,类别名称(" + name + "),请检查!"}};
 }
 
@@ -142,28 +142,27 @@ std::string CPLB::DetailCheckSql(const std::string& id) const { return " Select 
 
 std::string CPLB::InsertSql(int32_t id, const std::string& code, int level) const {
   return "insert into kmdcplb (类别ID,类别编码,类别名称,是否明细,级次,备注,对应科目编号,应付科目ID,应收科目ID) values ( " +
-         std::to_string(id) + "," + "'" + text::Lit(code) + "'," + "'" + text::Lit(Name()) + "'," + "1" + "," + std::to_string(level) + "," +
-         "'" + text::Lit(text::Trim(qnT(2).Text())) + "'," + "'" + text::Lit(qnT(3).GetValue().ToText()) + "'," + SubjectId(qnT(5)) + "," +
+         std::to_string(id) + "," + text::Quote(code) + "," + text::Quote(Name()) + "," + "1" + "," + std::to_string(level) + "," + text::Quote(text::Trim(qnT(2).Text())) + "," + text::Quote(qnT(3).GetValue().ToText()) + "," + SubjectId(qnT(5)) + "," +
          SubjectId(qnT(4)) + "  ) ";
 }
 
 std::string CPLB::UpdateSql(int32_t id, const std::string& code) const {
-  return "update kmdcplb set 类别编码='" + text::Lit(code) + "'," + "类别名称='" + text::Lit(Name()) + "'," + "备注='" +
-         text::Lit(text::Trim(qnT(2).Text())) + "'," + "对应科目编号='" + text::Lit(StockSubject()) + "'," + "应付科目ID=" +
+  return "update kmdcplb set 类别编码=" + text::Quote(code) + "," + "类别名称=" + text::Quote(Name()) + "," + "备注=" +
+         text::Quote(text::Trim(qnT(2).Text())) + "," + "对应科目编号=" + text::Quote(StockSubject()) + "," + "应付科目ID=" +
          SubjectId(qnT(5)) + "," + "应收科目ID=" + SubjectId(qnT(4)) + " where 类别ID=" + std::to_string(id);
 }
 
 // The parent stops being a leaf and hands its products to the new child, whose row comes next.
 std::vector<std::string> CPLB::ParentBranchSql(const std::string& parent, int32_t newId) const {
-  return {"update  kmdcplb  set 是否明细= 0 where 类别编码 ='" + text::Lit(parent) + "'",
+  return {"update  kmdcplb  set 是否明细= 0 where 类别编码 =" + text::Quote(parent),
           "update  kmdcpml set 产品类别ID=" + std::to_string(newId) +
-              " where 产品类别ID in(select 类别ID from kmdcplb where 类别编码 ='" + text::Lit(parent) + "')"};
+              " where 产品类别ID in(select 类别ID from kmdcplb where 类别编码 =" + text::Quote(parent) + ")"};
 }
 
 // The stock subject goes down to every descendant.
 void CPLB::AfterWrite(bool, int32_t, const std::string& code) {
   Database()
-      ->CreateCommand("Update kmdcplb set 对应科目编号='" + text::Lit(StockSubject()) + "' WHERE 类别编码 like '" + text::Lit(code) + "%'", 1)
+      ->CreateCommand("Update kmdcplb set 对应科目编号=" + text::Quote(StockSubject()) + " WHERE 类别编码 like '" + text::Lit(code) + "%'", 1)
       ->Execute();
 }
 
@@ -177,7 +176,7 @@ bool CPLB::IsCanDeleteInUse(int32_t id, const std::string& code) {
   std::string parent = m_CodeRule->ParentCode(code, m_Rule);
   // The parent and its other descendants: 1 says the parent exists and this is its only child.
   Value others = ReadValue("select count(类别ID) from kmdcplb where 类别编码 like '" + text::Lit(parent) +
-                           "%' and 类别编码<>'" + text::Lit(code) + "'");
+                           "%' and 类别编码<>" + text::Quote(code));
   if (text::Val(others.ToText()) == 1)
     return MsgBox("该产品类别已启用,删除后将该产品类别下的产品将放到上级产品类别下,是否继续?",
                   view::vbYesNo | view::vbExclamation, kInUseTitle) == view::vbYes;
@@ -186,14 +185,14 @@ bool CPLB::IsCanDeleteInUse(int32_t id, const std::string& code) {
 }
 
 std::string CPLB::ChildCountSql(const std::string& parent) const {
-  return " Select COUNT(*) From kmdcplb Where 类别编码 Like '" + text::Lit(parent) + "%' And 类别编码 <> '" + text::Lit(parent) + "' ";
+  return " Select COUNT(*) From kmdcplb Where 类别编码 Like '" + text::Lit(parent) + "%' And 类别编码 <> " + text::Quote(parent) + " ";
 }
 
 // The parent, a leaf again, takes the products of the deleted category.
 std::vector<std::string> CPLB::ParentLeafSql(const std::string& parent, int32_t id) const {
-  return {"update  kmdcpml set 产品类别ID=(select 类别ID from kmdcplb where 类别编码 ='" + text::Lit(text::Trim(parent)) + "')" +
+  return {"update  kmdcpml set 产品类别ID=(select 类别ID from kmdcplb where 类别编码 =" + text::Quote(text::Trim(parent)) + ")" +
               " where 产品类别ID=" + std::to_string(id),
-          "update kmdcplb set 是否明细=1 where 类别编码='" + text::Lit(parent) + "'"};
+          "update kmdcplb set 是否明细=1 where 类别编码=" + text::Quote(parent) + ""};
 }
 
 }  // namespace kmd

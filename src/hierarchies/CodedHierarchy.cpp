@@ -291,7 +291,7 @@ bool CodedHierarchy::IsCanSave() {
 }
 
 std::vector<std::string> CodedHierarchy::ParentBranchSql(const std::string& parent, int32_t) const {
-  return {"update  " + m_Table + "  set 是否明细= 0 where " + m_CodeColumn + " ='" + text::Lit(parent) + "'"};
+  return {"update  " + m_Table + "  set 是否明细= 0 where " + m_CodeColumn + " =" + text::Quote(parent) + ""};
 }
 
 bool CodedHierarchy::FileSave() {
@@ -375,11 +375,11 @@ std::string CodedHierarchy::DeleteSql(int32_t id) const {
 
 std::string CodedHierarchy::ChildCountSql(const std::string& parent) const {
   return " Select COUNT(*) From " + m_Table + " Where " + m_CodeColumn + " Like '" + text::Lit(text::Trim(parent)) + "%' And " +
-         m_CodeColumn + " <> '" + text::Lit(parent) + "'";
+         m_CodeColumn + " <> " + text::Quote(parent);
 }
 
 std::vector<std::string> CodedHierarchy::ParentLeafSql(const std::string& parent, int32_t) const {
-  return {"update " + m_Table + " set 是否明细=1 where " + m_CodeColumn + "='" + text::Lit(parent) + "'"};
+  return {"update " + m_Table + " set 是否明细=1 where " + m_CodeColumn + "=" + text::Quote(parent) + ""};
 }
 
 std::string CodedHierarchy::FlagFailureText(const std::string& parent, int32_t,

@@ -51,19 +51,18 @@ void DQ::ShowRecord(db::Recordset& rs) { lbl(1).SetCaption(Str(rs, "是否系统
 std::vector<CodedHierarchy::SaveCheck> DQ::SaveChecks(bool isNew, const std::string& id, const std::string& code,
                                                       const std::string& name) {
   std::string other = isNew ? "" : "地区ID <> " + id + " and ";
-  return {{" Select  * From KMDDQ Where " + other + "编码='" + text::Lit(code) + "'", "编码重复,请检查!"},
-          {" Select * From KMDDQ Where " + other + "地区='" + text::Lit(name) + "' ", "地区重复,请检查!", &qnT(1)}};
+  return {{" Select  * From KMDDQ Where " + other + "编码=" + text::Quote(code), "编码重复,请检查!"},
+          {" Select * From KMDDQ Where " + other + "地区=" + text::Quote(name) + " ", "地区重复,请检查!", &qnT(1)}};
 }
 
 std::string DQ::DetailCheckSql(const std::string& id) const { return " Select * From KMDDQ Where 地区ID = " + id; }
 
 std::string DQ::InsertSql(int32_t id, const std::string& code, int level) const {
-  return "insert into kmddq (地区id,地区,编码,是否明细,级次) " + std::string(" values( ") + std::to_string(id) + "," +
-         "'" + text::Lit(Name()) + "'," + "'" + text::Lit(code) + "'," + "1" + "," + std::to_string(level) + ") ";
+  return "insert into kmddq (地区id,地区,编码,是否明细,级次) " + std::string(" values( ") + std::to_string(id) + "," + text::Quote(Name()) + "," + text::Quote(code) + "," + "1" + "," + std::to_string(level) + ") ";
 }
 
 std::string DQ::UpdateSql(int32_t id, const std::string& code) const {
-  return "update kmddq set 编码='" + text::Lit(code) + "'," + "地区='" + text::Lit(Name()) + "'" + " where 地区ID=" + std::to_string(id);
+  return "update kmddq set 编码=" + text::Quote(code) + "," + "地区=" + text::Quote(Name()) + " where 地区ID=" + std::to_string(id);
 }
 
 std::string DQ::DeleteCheckSql(int32_t id) const { return "select * from kmddq where 地区ID=" + std::to_string(id); }

@@ -51,8 +51,8 @@ std::string SRLB::UpdateScreenSql(int32_t id) const {
 void SRLB::ShowRecord(db::Recordset& rs) { qnT(2).SetText(Str(rs, "备注")); }
 
 bool SRLB::IsCanAddChild(const std::string& code) {
-  if (!HasRow(" SELECT DISTINCT A.类别ID FROM KMDsr A left join kmdsrlb B on A.类别ID=B.类别ID WHERE 类别编码='" +
-              text::Lit(code) + "'"))
+  if (!HasRow(" SELECT DISTINCT A.类别ID FROM KMDsr A left join kmdsrlb B on A.类别ID=B.类别ID WHERE 类别编码=" +
+              text::Quote(code)))
     return true;
   MsgBox("不能在已经启用的工艺类别下面新增下级!", view::vbExclamation, "操作提示");
   return false;
@@ -62,23 +62,23 @@ std::vector<CodedHierarchy::SaveCheck> SRLB::SaveChecks(bool isNew, const std::s
                                                         const std::string& name) {
   const std::string codeTaken = "已经存在此编码,类别名称(", after = "),请检查!";
   if (isNew)
-    return {{" Select  * From KMDSRLB Where 类别名称='" + text::Lit(name) + "'", "类别名称重复,请检查!"},
-            {" Select * From KMDSRLB Where 类别编码='" + text::Lit(code) + "' ", codeTaken, nullptr, "类别名称", after}};
+    return {{" Select  * From KMDSRLB Where 类别名称=" + text::Quote(name), "类别名称重复,请检查!"},
+            {" Select * From KMDSRLB Where 类别编码=" + text::Quote(code) + " ", codeTaken, nullptr, "类别名称", after}};
   // A changed record's name clash reads as the department form's; its code clash names the typed
   // name, not the found one.
-  return {{" Select  * From KMDSRLB Where 类别ID <> " + id + " and 类别名称='" + text::Lit(name) + "'", "部门名称重复,请检查!"},
-          {" Select * From KMDSRLB Where 类别ID <> " + id + " and 类别编码='" + text::Lit(code) + "' ", codeTaken + name + after}};
+  return {{" Select  * From KMDSRLB Where 类别ID <> " + id + " and 类别名称=" + text::Quote(name), "部门名称重复,请检查!"},
+          {" Select * From KMDSRLB Where 类别ID <> " + id + " and 类别编码=" + text::Quote(code) + " ", codeTaken + name + after}};
 }
 
 std::string SRLB::DetailCheckSql(const std::string& id) const { return " Select * From KMDSRLB Where 类别ID =" + id; }
 
 std::string SRLB::InsertSql(int32_t id, const std::string& code, int level) const {
-  return "insert into KMDSRLB (类别ID,类别编码,类别名称,是否明细,级次,备注) values ( " + std::to_string(id) + "," + "'" +
-         text::Lit(code) + "'," + "'" + text::Lit(Name()) + "'," + "1" + "," + std::to_string(level) + "," + "'" + text::Lit(Remark()) + "') ";
+  return "insert into KMDSRLB (类别ID,类别编码,类别名称,是否明细,级次,备注) values ( " + std::to_string(id) + "," +
+         text::Quote(code) + "," + text::Quote(Name()) + "," + "1" + "," + std::to_string(level) + "," + text::Quote(Remark()) + ") ";
 }
 
 std::string SRLB::UpdateSql(int32_t id, const std::string& code) const {
-  return "update KMDSRLB set 类别编码='" + text::Lit(code) + "'," + "类别名称='" + text::Lit(Name()) + "'," + "备注='" + text::Lit(Remark()) + "'" +
+  return "update KMDSRLB set 类别编码=" + text::Quote(code) + "," + "类别名称=" + text::Quote(Name()) + "," + "备注=" + text::Quote(Remark()) +
          " where 类别ID=" + std::to_string(id);
 }
 
@@ -94,7 +94,7 @@ bool SRLB::IsCanDeleteInUse(int32_t id, const std::string&) {
 }
 
 std::string SRLB::ChildCountSql(const std::string& parent) const {
-  return " Select COUNT(*) From KMDSRLB Where 类别编码 Like '" + text::Lit(parent) + "%' And 类别编码 <> '" + text::Lit(parent) + "' ";
+  return " Select COUNT(*) From KMDSRLB Where 类别编码 Like '" + text::Lit(parent) + "%' And 类别编码 <> " + text::Quote(parent) + " ";
 }
 
 }  // namespace kmd

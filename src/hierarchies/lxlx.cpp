@@ -79,7 +79,7 @@ void lxlx::ShowRecord(db::Recordset& rs) {
 }
 
 bool lxlx::IsUsedByPartners(const std::string& code) {
-  return HasRow(" SELECT DISTINCT 类型ID FROM vtKMDWLDW WHERE 类型编码='" + text::Lit(code) + "'");
+  return HasRow(" SELECT DISTINCT 类型ID FROM vtKMDWLDW WHERE 类型编码=" + text::Quote(code));
 }
 
 bool lxlx::IsCanAddChild(const std::string& code) {
@@ -95,10 +95,10 @@ void lxlx::OnNewRecord(bool child) {
 std::vector<CodedHierarchy::SaveCheck> lxlx::SaveChecks(bool isNew, const std::string& id, const std::string& code,
                                                         const std::string& name) {
   if (isNew)
-    return {{" Select  * From KMDlxlx Where 联系类型='" + text::Lit(name) + "'", "类型名称重复,请检查!"},
-            {" Select * From KMDlxlx Where 编码='" + text::Lit(code) + "' ", "编码重复,请检查!"}};
-  return {{" Select  * From KMDlxlx Where 联系类型ID <> " + id + " and 联系类型='" + text::Lit(name) + "'", "联系名称重复,请检查!"},
-          {" Select * From KMDlxlx Where 联系类型ID <> " + id + " and 编码='" + text::Lit(code) + "' ", "编码重复,请检查!"}};
+    return {{" Select  * From KMDlxlx Where 联系类型=" + text::Quote(name), "类型名称重复,请检查!"},
+            {" Select * From KMDlxlx Where 编码=" + text::Quote(code) + " ", "编码重复,请检查!"}};
+  return {{" Select  * From KMDlxlx Where 联系类型ID <> " + id + " and 联系类型=" + text::Quote(name), "联系名称重复,请检查!"},
+          {" Select * From KMDlxlx Where 联系类型ID <> " + id + " and 编码=" + text::Quote(code) + " ", "编码重复,请检查!"}};
 }
 
 std::string lxlx::DetailCheckSql(const std::string& id) const {
@@ -107,12 +107,12 @@ std::string lxlx::DetailCheckSql(const std::string& id) const {
 
 std::string lxlx::InsertSql(int32_t id, const std::string& code, int level) const {
   return "insert into kmdlxlx (联系类型ID,联系类型,编码,是否明细,级次,属性) " + std::string(" values( ") +
-         std::to_string(id) + "," + "'" + text::Lit(Name()) + "'," + "'" + text::Lit(code) + "'," + "1" + "," + std::to_string(level) + "," +
+         std::to_string(id) + "," + text::Quote(Name()) + "," + text::Quote(code) + "," + "1" + "," + std::to_string(level) + "," +
          std::to_string(Kind()) + " ) ";
 }
 
 std::string lxlx::UpdateSql(int32_t id, const std::string& code) const {
-  return "update kmdlxlx set 编码='" + text::Lit(code) + "'," + "联系类型='" + text::Lit(Name()) + "'," + "属性=" + std::to_string(Kind()) +
+  return "update kmdlxlx set 编码=" + text::Quote(code) + "," + "联系类型=" + text::Quote(Name()) + "," + "属性=" + std::to_string(Kind()) +
          " where 联系类型ID=" + std::to_string(id);
 }
 

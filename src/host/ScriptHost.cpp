@@ -98,6 +98,18 @@ FormGuard& ScriptHost::CurrentForm() {
   return *m_Form;
 }
 
+view::TreeView& ScriptHost::Tree() {
+  auto* tree = CurrentForm().Inner().Tree();
+  if (!tree) throw ScriptError{"the form has no tree"};
+  return *tree;
+}
+
+view::NodePtr ScriptHost::NodeKeyed(const std::string& key) {
+  auto node = Tree().FindKey(key);
+  if (!node) throw ScriptError{"no node has the key " + key};
+  return node;
+}
+
 view::Control& ScriptHost::ControlNamed(const std::string& name) {
   auto* c = CurrentForm().Controls().FindByDisplayName(name);
   if (!c) throw ScriptError{"unknown control " + name};
@@ -162,31 +174,22 @@ void ScriptHost::Execute(const std::string& line) {
     else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) CurrentForm().Run([&] { p->UserClick(); });
     else throw ScriptError{"cannot click " + rest};
   } else if (cmd == "pick") {
-    auto* tree = CurrentForm().Inner().Tree();
-    if (!tree) throw ScriptError{"the form has no tree"};
-    auto node = tree->FindKey(text::Trim(rest));
-    if (!node) throw ScriptError{"no node has the key " + rest};
-    CurrentForm().Run([&] { tree->UserClick(node); });
+    auto node = NodeKeyed(text::Trim(rest));
+    CurrentForm().Run([&] { Tree().UserClick(node); });
   } else if (cmd == "expand") {
-    auto* tree = CurrentForm().Inner().Tree();
-    if (!tree) throw ScriptError{"the form has no tree"};
-    auto node = tree->FindKey(text::Trim(rest));
-    if (!node) throw ScriptError{"no node has the key " + rest};
-    CurrentForm().Run([&] { tree->UserExpand(node); });
+    auto node = NodeKeyed(text::Trim(rest));
+    CurrentForm().Run([&] { Tree().UserExpand(node); });
   } else if (cmd == "drag") {
-    auto* tree = CurrentForm().Inner().Tree();
-    if (!tree) throw ScriptError{"the form has no tree"};
     std::istringstream in(rest);
     std::string sourceKey, targetKey;
     if (!(in >> sourceKey >> targetKey)) throw ScriptError{"drag takes SOURCEKEY TARGETKEY"};
-    auto source = tree->FindKey(sourceKey), target = tree->FindKey(targetKey);
-    if (!source || !target) throw ScriptError{"no node has the key " + (source ? targetKey : sourceKey)};
+    auto source = NodeKeyed(sourceKey), target = NodeKeyed(targetKey);
     // Both rows are brought into view (their parents expand as the program's, raising nothing),
     // then the user drags the one onto the other.
     CurrentForm().Run([&] {
       source->EnsureVisible();
       target->EnsureVisible();
-      tree->UserDrag(source, target);
+      Tree().UserDrag(source, target);
     });
   } else if (cmd == "answer") {
     m_Answers.push_back(rest);
@@ -309,8 +312,7 @@ void ScriptHost::SetHostStore(const std::string& cmd, const std::string& args) {
 }
 
 void ScriptHost::ShowTree() {
-  auto* tree = CurrentForm().Inner().Tree();
-  if (!tree) throw ScriptError{"the form has no tree"};
+  auto* tree = &Tree();
   std::function<void(const view::NodePtr&, int)> walk = [&](const view::NodePtr& n, int depth) {
     m_Out << std::string(static_cast<size_t>(depth) * 2, ' ') << n->Key() << " " << Quote(n->Text);
     std::string tag = n->Tag.ToText();

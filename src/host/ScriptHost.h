@@ -86,6 +86,9 @@ class ScriptHost : public view::Platform, public IFormEvents {
   void RunSql(const std::string& sql);
   view::Control& ControlNamed(const std::string& name);
   FormGuard& CurrentForm();
+  // The current form's tree, and its node of `key`: script errors when there is none.
+  view::TreeView& Tree();
+  view::NodePtr NodeKeyed(const std::string& key);
   std::string TakeAnswer();
   // The browse window of a lookup key: picks a row by the next answer.
   int Browse(const LookupWindow& window, const db::Recordset& rows, const std::string& textColumn);

@@ -41,6 +41,8 @@ class Connection {
   virtual bool InTransaction() const = 0;
   // "sqlite" or "postgres".
   virtual std::string DriverName() const = 0;
+  // The primary key columns of a table, in key order; empty when it has none or is unknown.
+  virtual std::vector<std::string> KeyColumns(const std::string& table) = 0;
   // Runs a script of several statements of the engine's own dialect (schema set-up only).
   virtual std::string RunScript(const std::string& script) = 0;
 };

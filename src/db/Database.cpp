@@ -32,24 +32,16 @@ class Command : public IDbCommand {
     std::string table = TableOf(m_Sql);
     if (!table.empty()) {
       std::weak_ptr<Database> weak = m_Db;
-      rs->SetInserter([weak, table](const std::vector<std::string>& cols, const Row& row) -> std::string {
-        auto db = weak.lock();
-        if (!db) return "the database is closed";
-        std::string names, marks;
-        std::vector<Value> params;
-        for (size_t i = 0; i < cols.size(); ++i) {
-          if (row[i].IsNull() || row[i].IsEmpty()) continue;
-          if (!names.empty()) { names += ","; marks += ","; }
-          // A server keeps names folded to lower case, as the schema made them without quotes.
-          std::string name = cols[i];
-          if (db->GetConnection().DriverName() == "postgres")
-            for (auto& c : name) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-          names += "\"" + name + "\"";
-          marks += "?";
-          params.push_back(row[i]);
-        }
-        return db->GetConnection().Run("INSERT INTO " + table + " (" + names + ") VALUES (" + marks + ")", params, nullptr);
-      });
+      rs->SetWriter(
+          table,
+          [weak](const std::string& sql, const std::vector<Value>& params) -> std::string {
+            auto db = weak.lock();
+            return db ? db->Run(sql, params, nullptr) : "the database is closed";
+          },
+          [weak, table]() -> std::vector<std::string> {
+            auto db = weak.lock();
+            return db ? db->GetConnection().KeyColumns(table) : std::vector<std::string>{};
+          });
     }
     return rs;
   }
@@ -83,7 +75,9 @@ std::shared_ptr<IDbCommand> Database::CreateCommand(const std::string& sql, int3
   return std::make_shared<Command>(shared_from_this(), sql);
 }
 
-std::string Database::Run(const std::string& sql, QueryResult* out) {
+std::string Database::Run(const std::string& sql, QueryResult* out) { return Run(sql, {}, out); }
+
+std::string Database::Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) {
   if (m_Trace) m_Trace(sql);
   if (m_UnitDepth > 0 && ++m_UnitStatements == m_FailAt) {
     m_LastError = "statement " + std::to_string(m_FailAt) + " failed on purpose";
@@ -94,7 +88,7 @@ std::string Database::Run(const std::string& sql, QueryResult* out) {
     m_LastError = m_UnitError.empty() ? "the transaction of the command has ended" : m_UnitError;
     if (out) *out = {};
   } else {
-    m_LastError = m_Connection->Run(sql, {}, out);
+    m_LastError = m_Connection->Run(sql, params, out);
   }
   if (!m_LastError.empty()) NoteFailure(m_LastError);
   return m_LastError;

@@ -111,6 +111,8 @@ class Database : public IDatabase, public IDbError, public IDbInfo,
 
   // Used by commands: runs one statement, records the error, traces it.
   std::string Run(const std::string& sql, QueryResult* out);
+  // The same with "?" parameters (the writes of an updatable recordset).
+  std::string Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out);
 
   // Test seam: the n-th statement (1-based) of the next unit fails without running; 0: none.
   void FailNthStatement(int n) { m_FailAt = n; }

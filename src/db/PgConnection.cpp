@@ -324,6 +324,17 @@ bool PgConnection::InTransaction() const {
   return st == PQTRANS_INTRANS || st == PQTRANS_INERROR || st == PQTRANS_ACTIVE;
 }
 
+std::vector<std::string> PgConnection::KeyColumns(const std::string& table) {
+  QueryResult r;
+  std::vector<std::string> keys;
+  std::string sql =
+      "SELECT a.attname FROM pg_index i JOIN pg_attribute a ON a.attrelid = i.indrelid AND a.attnum = ANY(i.indkey) "
+      "WHERE i.indrelid = to_regclass(?) AND i.indisprimary ORDER BY a.attnum";
+  if (!Run(sql, {Value(table)}, &r).empty()) return keys;
+  for (const auto& row : r.rows) keys.push_back(row[0].ToText());
+  return keys;
+}
+
 std::string PgConnection::RunScript(const std::string& script) { return Exec(script.c_str()); }
 
 namespace pg {

@@ -37,6 +37,7 @@ class PgConnection : public Connection {
   bool InTransaction() const override;
   std::string DriverName() const override { return "postgres"; }
   std::string RunScript(const std::string& script) override;
+  std::vector<std::string> KeyColumns(const std::string& table) override;
 
  private:
   // Runs a statement of the engine's own dialect without parameters; gives "" or the error.

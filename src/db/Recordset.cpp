@@ -22,26 +22,49 @@ void Recordset::CheckOpen() const {
   if (m_Closed) throw RuntimeError("Operation is not allowed when the object is closed.");
 }
 
-Value& Recordset::Fields(const std::string& name) {
+namespace {
+const char* const kNoItem = "Item cannot be found in the collection corresponding to the requested name or ordinal.";
+const char* const kNoRow =
+    "Either BOF or EOF is True, or the current record has been deleted. Requested operation requires a current record.";
+const char* const kNotUpdatable = "Current Recordset does not support updating.";
+}  // namespace
+
+const Value& Recordset::Fields(const std::string& name) const {
   int i = ColumnIndex(name);
-  if (i < 0)
-    throw RuntimeError("Item cannot be found in the collection corresponding to the requested name or ordinal.");
+  if (i < 0) throw RuntimeError(kNoItem);
   return Fields(i);
 }
 
-Value& Recordset::Fields(int index) {
+const Value& Recordset::Fields(int index) const {
   CheckOpen();
-  if (index < 0 || static_cast<size_t>(index) >= m_Columns.size())
-    throw RuntimeError("Item cannot be found in the collection corresponding to the requested name or ordinal.");
-  if (Eof())
-    throw RuntimeError("Either BOF or EOF is True, or the current record has been deleted. Requested operation requires a current record.");
+  if (index < 0 || static_cast<size_t>(index) >= m_Columns.size()) throw RuntimeError(kNoItem);
+  if (Eof()) throw RuntimeError(kNoRow);
   return m_Rows[m_Pos][index];
+}
+
+void Recordset::SetField(const std::string& name, Value value) {
+  int i = ColumnIndex(name);
+  if (i < 0) throw RuntimeError(kNoItem);
+  SetField(i, std::move(value));
+}
+
+void Recordset::SetField(int index, Value value) {
+  Fields(index);  // the same checks as a read
+  if (m_OriginalPos != m_Pos) {
+    // The first write to a row read from the database keeps what it was, for the UPDATE's key.
+    m_Original = m_Rows[m_Pos];
+    m_OriginalPos = m_Pos;
+    m_Written.clear();
+  }
+  m_Rows[m_Pos][static_cast<size_t>(index)] = std::move(value);
+  for (int w : m_Written)
+    if (w == index) return;
+  m_Written.push_back(index);
 }
 
 void Recordset::MoveNext() {
   CheckOpen();
-  if (Eof())
-    throw RuntimeError("Either BOF or EOF is True, or the current record has been deleted. Requested operation requires a current record.");
+  if (Eof()) throw RuntimeError(kNoRow);
   ++m_Pos;
 }
 
@@ -57,20 +80,68 @@ std::vector<Row> Recordset::GetRows() {
   return out;
 }
 
+void Recordset::SetWriter(std::string table, Writer writer, KeyReader keys) {
+  m_Table = std::move(table);
+  m_Writer = std::move(writer);
+  m_Keys = std::move(keys);
+}
+
 void Recordset::AddNew() {
   CheckOpen();
-  if (!m_Inserter) throw RuntimeError("Current Recordset does not support updating.");
+  if (!m_Writer) throw RuntimeError(kNotUpdatable);
   m_Rows.emplace_back(m_Columns.size(), Value::Null());
   m_Pos = m_Rows.size() - 1;
   m_Adding = true;
+  m_Original = m_Rows[m_Pos];
+  m_OriginalPos = m_Pos;
+  m_Written.clear();
 }
 
 void Recordset::Update() {
   CheckOpen();
-  if (!m_Adding) return;
-  std::string err = m_Inserter(m_Columns, m_Rows[m_Pos]);
+  if (!m_Writer) throw RuntimeError(kNotUpdatable);
+  if (m_Written.empty() || m_OriginalPos != m_Pos) {
+    m_Adding = false;
+    return;
+  }
+  std::string sql;
+  std::vector<Value> params;
+  if (m_Adding) {
+    std::string names, marks;
+    for (int c : m_Written) {
+      names += (names.empty() ? "" : ",") + m_Columns[static_cast<size_t>(c)];
+      marks += marks.empty() ? "?" : ",?";
+      params.push_back(m_Rows[m_Pos][static_cast<size_t>(c)]);
+    }
+    sql = "INSERT INTO " + m_Table + " (" + names + ") VALUES (" + marks + ")";
+  } else {
+    std::vector<std::string> keys = m_Keys ? m_Keys() : std::vector<std::string>{};
+    std::vector<int> keyCols;
+    for (const auto& k : keys) {
+      int i = ColumnIndex(k);
+      if (i < 0) {
+        keyCols.clear();
+        break;
+      }
+      keyCols.push_back(i);
+    }
+    if (keyCols.empty()) throw RuntimeError("Insufficient key column information for updating or refreshing.");
+    std::string sets, where;
+    for (int c : m_Written) {
+      sets += (sets.empty() ? "" : ",") + m_Columns[static_cast<size_t>(c)] + "=?";
+      params.push_back(m_Rows[m_Pos][static_cast<size_t>(c)]);
+    }
+    for (int k : keyCols) {
+      where += (where.empty() ? "" : " AND ") + m_Columns[static_cast<size_t>(k)] + "=?";
+      params.push_back(m_Original[static_cast<size_t>(k)]);
+    }
+    sql = "UPDATE " + m_Table + " SET " + sets + " WHERE " + where;
+  }
+  std::string err = m_Writer(sql, params);
   if (!err.empty()) throw RuntimeError(err);
   m_Adding = false;
+  m_Written.clear();
+  m_Original = m_Rows[m_Pos];
 }
 
 }  // namespace kmd::db

@@ -13,10 +13,17 @@ using Row = std::vector<Value>;
 // The rows of one statement, read into memory, with the cursor operations the forms use
 // (an ADODB-like recordset). Field names are found without regard to Latin case.
 // An empty result has EOF and BOF both true (Eof and Bof here: EOF is a macro of the C library).
+//
+// A recordset of a single-table SELECT is updatable: AddNew starts a new row, SetField writes a
+// field of the current row, and Update sends the written fields as one parameterised statement
+// (an INSERT naming the columns in the order they were written, or an UPDATE of the written
+// columns keyed by the table's primary key), so that binary values travel as parameters.
 class Recordset {
  public:
-  // Writes a row added by AddNew/Update; gives "" or an error description.
-  using Inserter = std::function<std::string(const std::vector<std::string>& columns, const Row& row)>;
+  // Runs one statement with "?" parameters; gives "" or an error description.
+  using Writer = std::function<std::string(const std::string& sql, const std::vector<Value>& params)>;
+  // The primary key columns of the table, in key order; empty when it has none.
+  using KeyReader = std::function<std::vector<std::string>()>;
 
   Recordset() = default;
   Recordset(std::vector<std::string> columns, std::vector<Row> rows);
@@ -30,8 +37,11 @@ class Recordset {
 
   // Value of a column in the current row. Throws RuntimeError for an unknown name or when there
   // is no current row.
-  Value& Fields(const std::string& name);
-  Value& Fields(int index);
+  const Value& Fields(const std::string& name) const;
+  const Value& Fields(int index) const;
+  // Writes a field of the current row, for Update. Same errors as Fields.
+  void SetField(const std::string& name, Value value);
+  void SetField(int index, Value value);
 
   void MoveNext();
   void MoveFirst();
@@ -42,10 +52,13 @@ class Recordset {
   std::vector<Row> GetRows();
   const std::vector<Row>& Rows() const { return m_Rows; }
 
-  // Appends an empty row and makes it current; Update writes it through the inserter.
-  void SetInserter(Inserter inserter) { m_Inserter = std::move(inserter); }
+  // Makes the recordset updatable over `table`.
+  void SetWriter(std::string table, Writer writer, KeyReader keys);
+  // Appends an empty row and makes it current. Throws RuntimeError when not updatable.
   void AddNew();
-  // Requires: AddNew was called. Throws RuntimeError when the write fails.
+  // Writes the fields set since AddNew or the last Update; nothing when none was. Throws
+  // RuntimeError when the recordset is not updatable, when an existing row's table has no primary
+  // key, or when the statement fails.
   void Update();
 
  private:
@@ -55,7 +68,12 @@ class Recordset {
   size_t m_Pos = 0;
   bool m_Closed = false;
   bool m_Adding = false;
-  Inserter m_Inserter;
+  std::vector<int> m_Written;  // columns set since AddNew or the last Update, in order
+  Row m_Original;              // the current row as it was read, for the key of an UPDATE
+  size_t m_OriginalPos = static_cast<size_t>(-1);
+  std::string m_Table;
+  Writer m_Writer;
+  KeyReader m_Keys;
 };
 
 using RecordsetPtr = std::shared_ptr<Recordset>;

@@ -142,6 +142,14 @@ std::string SqliteConnection::Commit() { return Run("COMMIT", {}, nullptr); }
 std::string SqliteConnection::Rollback() { return Run("ROLLBACK", {}, nullptr); }
 bool SqliteConnection::InTransaction() const { return sqlite3_get_autocommit(m_Db) == 0; }
 
+std::vector<std::string> SqliteConnection::KeyColumns(const std::string& table) {
+  QueryResult r;
+  std::vector<std::string> keys;
+  if (!Run("SELECT name FROM pragma_table_info(?) WHERE pk > 0 ORDER BY pk", {Value(table)}, &r).empty()) return keys;
+  for (const auto& row : r.rows) keys.push_back(row[0].ToText());
+  return keys;
+}
+
 std::string SqliteConnection::RunScript(const std::string& script) {
   char* msg = nullptr;
   int rc = sqlite3_exec(m_Db, script.c_str(), nullptr, nullptr, &msg);

@@ -27,6 +27,7 @@ class SqliteConnection : public Connection {
   bool InTransaction() const override;
   std::string DriverName() const override { return "sqlite"; }
   std::string RunScript(const std::string& script) override;
+  std::vector<std::string> KeyColumns(const std::string& table) override;
 
  private:
   // The last error's text; another connection's lock is the driver-independent busy text.

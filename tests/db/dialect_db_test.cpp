@@ -140,3 +140,40 @@ TEST(IdCounter, ConnectionsRacingForIdsNeverShareOne) {
   EXPECT_EQ(*all.rbegin(), 80);
   std::remove(path.c_str());
 }
+
+// A recordset of one table writes its added and changed rows as parameterised statements, traced
+// with "?": bytes travel whole, an UPDATE names only the fields written and finds the row by key.
+TEST_F(DbTest, UpdatableRecordsetWritesThroughParameters) {
+  ASSERT_EQ(conn->RunScript("CREATE TABLE 附件 (产品ID INTEGER PRIMARY KEY, 文件 TEXT, 内容 BYTEA, 大小 INTEGER);"),
+            "");
+  std::vector<std::string> trace;
+  database->SetTrace([&](const std::string& sql) { trace.push_back(sql); });
+  Value::Bytes bytes{0, 0xFF, '\'', 0, 'x', '\\'};
+  auto rs = database->CreateCommand("SELECT * FROM 附件 WHERE 产品ID=7")->OpenRecordset();
+  ASSERT_TRUE(rs->Eof());
+  rs->AddNew();
+  rs->SetField("产品ID", Value(7));
+  rs->SetField("内容", Value(bytes));
+  rs->SetField("文件", Value("a'b.png"));
+  rs->Update();
+  rs = database->CreateCommand("SELECT * FROM 附件 WHERE 产品ID=7")->OpenRecordset();
+  ASSERT_FALSE(rs->Eof());
+  EXPECT_EQ(rs->Fields("内容").ToBytes(), bytes);
+  EXPECT_EQ(rs->Fields("文件").ToText(), "a'b.png");
+  rs->SetField("大小", Value(6));
+  rs->Update();
+  rs->Update();  // nothing written since: no statement
+  ASSERT_EQ(trace.size(), 4u);
+  EXPECT_EQ(trace[1], "INSERT INTO 附件 (产品ID,内容,文件) VALUES (?,?,?)");
+  EXPECT_EQ(trace[3], "UPDATE 附件 SET 大小=? WHERE 产品ID=?");
+  EXPECT_EQ(database->CreateCommand("select 大小 from 附件 where 产品ID=7")->ExecuteScalar().ToLong(), 6);
+  // Execute gives the rows the statement touched; a table without a key cannot take an UPDATE.
+  EXPECT_EQ(database->CreateCommand("update kmdwlxsy set 销售员ID=销售员ID")->Execute(), 1);
+  EXPECT_EQ(database->CreateCommand("delete from kmdwldw where 往来ID>1")->Execute(), 2);
+  rs = database->CreateCommand("SELECT * FROM kmdwlxsy")->OpenRecordset();
+  rs->SetField("销售员ID", Value(9));
+  EXPECT_THROW(rs->Update(), RuntimeError);
+  // A recordset over a join is not updatable.
+  rs = database->CreateCommand("SELECT * FROM kmdwldw A join kmdwlxsy B on A.往来ID=B.往来ID")->OpenRecordset();
+  EXPECT_THROW(rs->AddNew(), RuntimeError);
+}

@@ -94,8 +94,8 @@ TEST_F(Server, ValuesOrderAndComparisonsAreSQLites) {
   // A row added through a recordset names its columns as the server folded them.
   auto rs = database->CreateCommand("SELECT 单位ID, 代码 FROM KMDJLDW WHERE 1 = 0")->OpenRecordset();
   rs->AddNew();
-  rs->Fields("单位ID") = Value(9);
-  rs->Fields("代码") = Value("新");
+  rs->SetField("单位ID", Value(9));
+  rs->SetField("代码", Value("新"));
   rs->Update();
   EXPECT_EQ(Rows("SELECT 代码 FROM kmdjldw WHERE 单位ID = 9")[0][0].ToText(), "新");
 }

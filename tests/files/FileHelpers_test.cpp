@@ -108,10 +108,12 @@ TEST_F(Files, FilesGoIntoBinaryColumnsAndBack) {
   {
     auto rs = db->CreateCommand("select * from 附件 where 1=0", 1)->OpenRecordset();
     rs->AddNew();
-    rs->Fields("ID") = Value(1);
-    file2db::FileToField((root / "in.bin").string(), rs->Fields("内容"));
+    rs->SetField("ID", Value(1));
+    Value content;
+    file2db::FileToField((root / "in.bin").string(), content);
+    rs->SetField("内容", content);
     rs->Update();
-    EXPECT_EQ(ErrorOf([&] { file2db::FileToField((root / "none.bin").string(), rs->Fields("内容")); }),
+    EXPECT_EQ(ErrorOf([&] { file2db::FileToField((root / "none.bin").string(), content); }),
               "50001 dbfile: 文件不存在!");
   }
   auto rs = db->CreateCommand("select * from 附件 where ID=1", 1)->OpenRecordset();

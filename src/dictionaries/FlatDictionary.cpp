@@ -19,6 +19,7 @@ void FlatDictionary::InitProperties() {
   SetEnabled(false);
 }
 
+  if (m_IdLabel) SetColumnCaption(*m_IdLabel, m_IdColumn);
 view::TextField* FlatDictionary::AddField(int index, const std::string& caption) {
   auto* f = m_Controls.Add<view::TextField>("qnT", index, caption);
   f->Change = [this] { m_IsDirty = true; };
@@ -351,6 +352,15 @@ bool FlatDictionary::RecordNext() {
   if (!m_HasMovement) return false;
   m_Tv->MoveNodeNext();
   return true;
+}
+
+CommandStates FlatDictionary::Commands() {
+  CommandStates s = Form::Commands();
+  s.Find = s.Find && m_HasFind;
+  s.FindNext = s.FindNext && m_HasFindNext;
+  s.Previous = s.Previous && m_HasMovement;
+  s.Next = s.Next && m_HasMovement;
+  return s;
 }
 
 }  // namespace kmd

@@ -26,6 +26,8 @@ class FlatDictionary : public Form {
   bool FindNext() override;
   bool RecordPrevious() override;
   bool RecordNext() override;
+  // The frame's states, less what the member lacks: Find, FindNext, the moves.
+  CommandStates Commands() override;
 
  protected:
   // ---- The member's data. ----

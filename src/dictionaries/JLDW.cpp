@@ -26,6 +26,7 @@ JLDW::JLDW(view::Platform& platform) : FlatDictionary("JLDW", platform) {
     auto* o = m_Controls.Add<view::OptionButton>("Opt", i, i == 0 ? "是" : "否");
     o->Click = [this] { m_IsDirty = true; };
     Opt.Set(i, o);
+    SetColumnCaption(*o, "是否系统");
   }
   CreateSplitter();
   InitProperties();

@@ -165,6 +165,37 @@ void Form::Sp_Moving(bool bIsMoved, int32_t offset) {
   }
 }
 
+bool Form::Editing() const {
+  if (auto* tv = Tree()) return !tv->Enabled();
+  for (const auto& c : m_Controls) {
+    const std::string& type = c->TypeName();
+    if ((type == "TextBox" || type == "qnTxt_S" || type == "ComboBox" || type == "CheckBox") && c->Enabled())
+      return true;
+  }
+  return false;
+}
+
+CommandStates Form::Commands() {
+  CommandStates s;
+  if (Editing()) {
+    s.Save = s.Cancel = true;
+    return s;
+  }
+  bool selected = m_Tv ? m_Tv->IsSelected() : m_ID > 0;
+  s.New = s.Find = true;
+  s.Edit = s.Delete = selected;
+  s.FindNext = !m_FindText.empty();
+  s.Previous = s.Next = !m_Tv || (Tree() && Tree()->SelectedItem());
+  return s;
+}
+
+void Form::SetColumnCaption(const view::Control& c, std::string column) { m_ColumnCaptions[&c] = std::move(column); }
+
+std::string Form::ColumnCaption(const view::Control& c) const {
+  auto it = m_ColumnCaptions.find(&c);
+  return it == m_ColumnCaptions.end() ? "" : it->second;
+}
+
 void Form::SetEnabled(bool editing) {
   for (const auto& c : m_Controls) {
     const std::string& type = c->TypeName();

@@ -1,4 +1,5 @@
 #pragma once
+#include <map>
 #include <memory>
 #include <string>
 
@@ -15,6 +16,12 @@ namespace kmd {
 // A form's read failed and was reported; the command ends. It is no std::exception, so that the
 // routines' own handlers let it pass to the guard, which answers the command's failure value.
 struct ReadFailed {};
+
+// The toolbar commands of a host, and whether a form's present state allows each of them.
+struct CommandStates {
+  bool New = false, NewChild = false, Edit = false, Delete = false, Save = false, Cancel = false;
+  bool Find = false, FindNext = false, Previous = false, Next = false, Print = false;
+};
 
 // What every form shares: the common state of the contract, its controls, its tree wrapper and
 // service objects, the events to the host, and the routines every form has (SetEnabled,
@@ -37,6 +44,24 @@ class Form : public IFormUI, public IDesignUI {
   // The host sized the form's inner area (twips): the tree, the bar and the detail frame follow.
   void Resize(int width, int height);
   int32_t BackColor() const { return m_BackColor; }
+  // The bar between the tree and the detail frame; null for a form without one.
+  Splitter* Bar() const { return m_Sp; }
+
+  // Which toolbar commands the present state allows. While editing only Save and Cancel, so that
+  // nothing throws typing away; in browse New, Find and the moves, Edit and Delete with a record
+  // selected, FindNext after a find. Print never: the forms have no printing. Families refine it.
+  virtual CommandStates Commands();
+  // True while the fields are unlocked for a new or an edited record: the tree is locked, or,
+  // in a form without a tree, a field is open.
+  virtual bool Editing() const;
+  // Typing not yet saved: editing, with a field changed since the last save, cancel or refresh.
+  bool HoldsTyping() const { return Editing() && m_IsDirty; }
+  // What a host writes beside a control that has no caption of its own: the column it shows, or
+  // "" when the form names none.
+  std::string ColumnCaption(const view::Control& c) const;
+  // The control whose text stands as a fixed prefix before `c` (a coded form's parent code before
+  // its segment box); null for none.
+  virtual const view::Control* PrefixOf(const view::Control& /*c*/) const { return nullptr; }
 
   // IFormUI
   bool Init(IFormContext* context, int32_t programId, int32_t recordId) override;
@@ -130,6 +155,8 @@ class Form : public IFormUI, public IDesignUI {
   void SetEnabled(bool editing);
   // m_ID 0; text fields "" with value 0, text boxes and combo boxes "", check boxes 0.
   void ClearFields();
+  // Names the column `c` shows, for hosts that caption it.
+  void SetColumnCaption(const view::Control& c, std::string column);
   // The table and key column of the records the form shows, declared once by its family.
   void SetRecordSource(std::string table, std::string keyColumn);
   // The record `id` is shown: its fingerprint is kept for the check before a save.
@@ -173,6 +200,7 @@ class Form : public IFormUI, public IDesignUI {
   Splitter* m_Sp = nullptr;
 
  private:
+  std::map<const view::Control*, std::string> m_ColumnCaptions;
   std::string m_SourceTable, m_SourceKey;
   int32_t m_PrintId = 0;
   db::RowPrint m_Print;

@@ -12,6 +12,11 @@ void CodedHierarchy::InitProperties() {
   SetRecordSource(m_Table, m_IdColumn);
   m_Tv->Selected = [this](const NodePtr& node) { m_Tv_Selected(node); };
   SetEnabled(false);
+  if (m_IdLabel) SetColumnCaption(*m_IdLabel, m_IdColumn);
+  if (m_ParentLabel) SetColumnCaption(*m_ParentLabel, "上级编码");
+  if (m_RuleLabel) SetColumnCaption(*m_RuleLabel, "编码规则");
+  if (m_SegmentBox) SetColumnCaption(*m_SegmentBox, m_CodeColumn);
+  if (m_NameBox) SetColumnCaption(*m_NameBox, m_NameColumn);
 }
 
 // ---- Helpers ----
@@ -478,6 +483,13 @@ bool CodedHierarchy::RecordPrevious() {
 bool CodedHierarchy::RecordNext() {
   m_Tv->MoveNodeNext();
   return true;
+}
+
+CommandStates CodedHierarchy::Commands() {
+  CommandStates s = Form::Commands();
+  s.NewChild = !Editing() && Tree() && Tree()->SelectedItem();
+  s.FindNext = s.FindNext && m_HasFindNext;
+  return s;
 }
 
 }  // namespace kmd

@@ -36,6 +36,13 @@ class CodedHierarchy : public Form {
   bool RecordPrevious() override;
   bool RecordNext() override;
   std::string Attributes(int32_t index) override { return index == 0 ? "True" : ""; }
+  // The frame's states and, in browse, a child under the selected node (or a first level under a
+  // root); FindNext where the member has it.
+  CommandStates Commands() override;
+  // The parent code label before the segment box.
+  const view::Control* PrefixOf(const view::Control& c) const override {
+    return &c == m_SegmentBox ? m_ParentLabel : nullptr;
+  }
 
  protected:
   // One duplicate test of a save: a row found by `sql` refuses with a box. Where `foundColumn` is

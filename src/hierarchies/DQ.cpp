@@ -31,6 +31,7 @@ DQ::DQ(view::Platform& platform) : CodedHierarchy("DQ", platform) {
   m_IdLabel = &lbl(0);
   m_ParentLabel = &lbl(2);
   m_RuleLabel = &lbl(3);
+  SetColumnCaption(lbl(1), "是否系统");
   m_SegmentBox = &qnT(0);
   m_NameBox = &qnT(1);
   CreateSplitter();

@@ -141,16 +141,43 @@ INSERT INTO xt_billattribute (ProgID, attribute, code, caption, text) VALUES
   ('200003', '仓库属性', '02', '成品仓', '2'),
   ('200003', '仓库属性', '03', '废品仓', '3');
 
--- Employees: the cashier in 020102 and the manager in 01.
+-- Employees (the staff file of the employee form): the cashier in 020102 and the manager in 01, a
+-- system row, and staff in the ledger group 020101, the machining group 0501 and the subcontractor
+-- 06. 性别 1 is male; 文化程度ID, 职务ID and 类别ID refer to kmdwhcd, kmdzw and kmdzylb; a date
+-- never given reads 1900-01-01.
 CREATE TABLE KMDGY (
   雇员ID INTEGER PRIMARY KEY,
   雇员编号 TEXT,
   姓名 TEXT,
-  部门ID INTEGER
+  性别 INTEGER NOT NULL DEFAULT 0,
+  出生日期 TEXT,
+  身份证号码 TEXT,
+  文化程度ID INTEGER,
+  邮编 TEXT,
+  家庭地址 TEXT,
+  家庭电话 TEXT,
+  部门ID INTEGER,
+  职务ID INTEGER,
+  类别ID INTEGER,
+  雇佣日期 TEXT,
+  工资帐号 TEXT,
+  紧急联系人姓名 TEXT,
+  紧急联系电话 TEXT,
+  备注 TEXT,
+  手机 TEXT,
+  mail TEXT,
+  是否系统 INTEGER NOT NULL DEFAULT 0
 );
-INSERT INTO KMDGY (雇员ID, 雇员编号, 姓名, 部门ID) VALUES
-  (1, 'E001', '张伟', 5),
-  (2, 'E002', '李娜', 1);
+INSERT INTO KMDGY (雇员ID, 雇员编号, 姓名, 性别, 出生日期, 身份证号码, 文化程度ID, 邮编, 家庭地址, 家庭电话, 部门ID, 职务ID,
+                   类别ID, 雇佣日期, 工资帐号, 紧急联系人姓名, 紧急联系电话, 备注, 手机, mail, 是否系统) VALUES
+  (1, 'E001', '张伟', 1, '1985-03-12', '310101198503120011', 2, '200001', '上海市黄浦区', '021-63210001', 5, 3, 1,
+   '2010-07-01', '6222000000000001', '张芳', '13900000001', '', '13800000001', 'zhangwei@example.com', 0),
+  (2, 'E002', '李娜', 0, '1975-11-02', '310101197511020022', 1, '200002', '上海市静安区', '021-63210002', 1, 1, 1,
+   '2005-01-10', '6222000000000002', '王军', '13900000002', '', '13800000002', 'lina@example.com', 1),
+  (3, 'E003', '王强', 1, '1990-06-30', '', 1, '', '', '', 4, 2, 1, '2015-03-01', '', '', '', '', '13800000003', '', 0),
+  (4, 'E004', '赵敏', 0, '1993-09-15', '', 3, '', '', '', 10, NULL, 2, '2018-05-20', '', '', '', '', '', '', 0),
+  (5, 'E005', '陈刚', 1, '1900-01-01', '', 3, '', '', '', 10, NULL, 3, '2021-08-01', '', '', '', '试用期', '', '', 0),
+  (6, 'E006', '刘洋', 1, '1988-02-28', '', 2, '', '', '', 11, NULL, 2, '2012-04-16', '', '', '', '', '', '', 0);
 
 -- Stock documents: a transfer from the material store (line) to the goods store (head).
 CREATE TABLE JXCDJ (

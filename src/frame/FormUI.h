@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "base/Value.h"
 #include "frame/FormContext.h"
@@ -88,11 +89,24 @@ class IDesignUI {
   virtual void SetParameters(const ParameterCollection* parameters) = 0;
 };
 
+// A tool entry of a form's own: a button that the host puts into its toolbar and that is on or
+// off. The flags and the text are the host's, kept as the form gives them.
+struct ToolEntry {
+  std::string Caption;
+  std::string Key;
+  bool Flags[4] = {};
+  std::string Text;
+  bool LastFlag = false;
+  bool State = false;  // on
+};
+
 // Tools of GY only.
 class IFormToolUI {
  public:
   virtual ~IFormToolUI() = default;
-  virtual std::vector<std::string> Tools() = 0;
+  // The form's tool entries, in the order they were added.
+  virtual const std::vector<ToolEntry>& Tools() = 0;
+  // Performs the tool with that key (compared in lower case); false for a key of no tool.
   virtual bool Action(const std::string& key) = 0;
 };
 

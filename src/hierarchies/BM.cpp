@@ -2,21 +2,21 @@
 
 #include "base/Text.h"
 #include "frame/Settings.h"
+#include "hierarchies/OrganisationTree.h"
 
 namespace kmd {
 
 namespace {
 
 struct Kind {
-  const char* root;
   const char* codeCaption;
   const char* nameCaption;
 };
 // By 组织类型 1 to 4.
-const Kind kKinds[] = {{"管理部门", "部门编码(&Q)", "部门名称"},
-                       {"公司仓库", "仓库编码(&Q)", "仓库名称"},
-                       {"生产车间", "车间编码(&Q)", "车间名称"},
-                       {"其他部门", "其他部门编码(&Q)", "其他部门名称"}};
+const Kind kKinds[] = {{"部门编码(&Q)", "部门名称"},
+                       {"仓库编码(&Q)", "仓库名称"},
+                       {"车间编码(&Q)", "车间名称"},
+                       {"其他部门编码(&Q)", "其他部门名称"}};
 const char* const kNoKind = "****";
 
 // The columns of the flag boxes Chk(0) to Chk(8).
@@ -97,7 +97,7 @@ void BM::SetOrgType(int32_t kind) {
     const Kind& k = kKinds[kind - 1];
     lblType(0).SetCaption(k.codeCaption);
     lblType(1).SetCaption(k.nameCaption);
-    lblType(2).SetCaption(k.root);
+    lblType(2).SetCaption(OrganisationTree::RootText(kind));
     return;
   }
   for (int i = 0; i < 3; ++i) lblType(i).SetCaption(kNoKind);
@@ -113,42 +113,12 @@ bool BM::InitSettings() {
   return true;
 }
 
-std::string BM::LoadSql() const {
-  if (m_OrgFilter < 1) return "select 部门编码,部门名称,部门ID,组织类型 from kmdbm order by 级次,部门编码";
-  return "select 部门编码,部门名称,部门ID,组织类型 from kmdbm where 组织类型=" + std::to_string(m_OrgFilter) +
-         " order by 级次,部门编码";
+bool BM::LoadTree() {
+  return OrganisationTree::Load(*m_Tv, *Database(), *m_CodeRule, m_Rule, m_OrgFilter,
+                                [this](const std::string& failure) { RaiseErrMessage(failure, kFailure, m_Title); });
 }
 
-void BM::AddRoots() {
-  for (int32_t kind = 1; kind <= 4; ++kind)
-    if (m_OrgFilter < 1 || m_OrgFilter == kind)
-      m_Tv->NodeAdd({}, view::tvwFirst, "R" + std::to_string(kind), kKinds[kind - 1].root, Value(1), Value(2),
-                    Value(kind));
-}
-
-// A first-level unit goes under the root of its kind; one of no known kind is reported.
-void BM::LoadRecord(db::Recordset& rs) {
-  std::string code = text::Trim(Str(rs, m_CodeColumn));
-  if (text::Len(code) != static_cast<size_t>(m_CodeRule->LevelLength(1, m_Rule))) {
-    CodedHierarchy::LoadRecord(rs);
-    return;
-  }
-  auto* tree = Tree();
-  auto root = tree->FindKey("R" + Str(rs, "组织类型"));
-  if (!root) {
-    // Under a filter the load reads one kind only, so this is a unit of a kind that has no root.
-    RaiseErrMessage("组织类型不明(" + Str(rs, "组织类型") + ")，未能显示单位：" + code + "  " + Str(rs, m_NameColumn),
-                    kFailure, m_Title);
-    return;
-  }
-  tree->Add(root, view::tvwChild, "k" + code, code + "  " + Str(rs, m_NameColumn), Value("stb"), Value("szk"));
-  tree->Item("k" + code)->Tag = rs.Fields(m_IdColumn);
-}
-
-void BM::SelectAfterLoad() {
-  std::string key = m_OrgFilter < 1 ? "R1" : "R" + std::to_string(m_OrgFilter);
-  Tree()->SetSelectedItem(Tree()->FindKey(key));
-}
+void BM::SelectAfterLoad() { Tree()->SetSelectedItem(Tree()->FindKey(OrganisationTree::FirstRootKey(m_OrgFilter))); }
 
 bool BM::Refresh() {
   try {

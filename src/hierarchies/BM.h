@@ -20,9 +20,7 @@ class BM : public CodedHierarchy {
 
  protected:
   bool InitSettings() override;
-  std::string LoadSql() const override;
-  void AddRoots() override;
-  void LoadRecord(db::Recordset& rs) override;
+  bool LoadTree() override;
   void SelectAfterLoad() override;
   void m_Tv_Selected(const NodePtr& node) override;
   std::string UpdateScreenSql(int32_t id) const override;

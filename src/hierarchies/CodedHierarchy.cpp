@@ -117,8 +117,7 @@ void CodedHierarchy::SelectAfterLoad() {
   if (!m_LoadFillsGaps) Tree()->SetSelectedItem(Tree()->FindKey(m_RootKey));
 }
 
-bool CodedHierarchy::Refresh() {
-  m_Tv->Redraw(false);
+bool CodedHierarchy::LoadTree() {
   m_Tv->ClearTreeView();
   AddRoots();
   auto db = Database();
@@ -134,6 +133,12 @@ bool CodedHierarchy::Refresh() {
     rs->MoveNext();
   }
   rs->Close();
+  return true;
+}
+
+bool CodedHierarchy::Refresh() {
+  m_Tv->Redraw(false);
+  if (!LoadTree()) return false;
   m_Tv->Redraw(true);
   SelectAfterLoad();
   m_Tv->ReSelectItem(nullptr);

@@ -107,6 +107,9 @@ class CodedHierarchy : public Form {
   // ---- The member's routines. ----
   // After the frame's Init: by default reads the rule (ReadRule) and reports m_RuleJournal.
   virtual bool InitSettings();
+  // Empties the tree and adds the roots and the records; a failed read is reported (level 8, the
+  // description) and gives false. By default: AddRoots, then LoadRecord for each row of LoadSql.
+  virtual bool LoadTree();
   virtual std::string LoadSql() const { return m_LoadSql; }
   // The root node or nodes of a fresh tree.
   virtual void AddRoots();

@@ -2,6 +2,7 @@
 
 #include "colour/Forms.h"
 #include "dictionaries/Forms.h"
+#include "employees/Forms.h"
 #include "hierarchies/Forms.h"
 
 namespace kmd::host {
@@ -11,6 +12,7 @@ const FormRegistry& AllForms() {
     FormRegistry r;
     RegisterDictionaryForms(r);
     RegisterHierarchyForms(r);
+    RegisterEmployeeForms(r);
     RegisterColourForms(r);
     return r;
   }();

@@ -226,6 +226,8 @@ void ScriptHost::Execute(const std::string& line) {
     if (!err.empty()) m_Out << "error " << err << "\n";
   } else if (cmd == "rights" || cmd == "period" || cmd == "usersetting") {
     SetHostStore(cmd, rest);
+  } else if (cmd == "Tools" || cmd == "Action") {
+    RunTool(cmd, text::Trim(rest));
   } else if (!CallOperation(cmd, rest)) {
     throw ScriptError{"unknown command " + cmd};
   }
@@ -309,6 +311,18 @@ void ScriptHost::SetHostStore(const std::string& cmd, const std::string& args) {
     err = m_Context->SetUserSetting(user.Name, user.SettingsApp, words[0], words[1], words[2]);
   }
   if (!err.empty()) m_Out << "error " << err << "\n";
+}
+
+void ScriptHost::RunTool(const std::string& cmd, const std::string& key) {
+  auto* tools = dynamic_cast<IFormToolUI*>(&CurrentForm().Inner());
+  if (!tools) throw ScriptError{"the form has no tools"};
+  if (cmd == "Tools") {
+    for (const auto& t : tools->Tools()) m_Out << "tool " << t.Key << " " << t.Caption << " " << Bool(t.State) << "\n";
+    return;
+  }
+  bool r = false;
+  CurrentForm().Run([&] { r = tools->Action(key); });
+  m_Out << "= " << Bool(r) << "\n";
 }
 
 void ScriptHost::ShowTree() {

@@ -27,6 +27,7 @@ namespace kmd::host {
 // `expand KEY` is the user's expansion of a node; `click Toolbar1 N` clicks toolbar button N;
 // `drag SOURCEKEY TARGETKEY` drags a node onto another with the mouse and prints nothing itself.
 // `type` into a control out of sight is a script error; `show fields` marks it `hidden`.
+// `Tools` and `Action <key>` reach a form's own tools (IFormToolUI).
 class ScriptHost : public view::Platform, public IFormEvents {
  public:
   // Forms are created from `forms`, or from every form of the library when it is null. The
@@ -81,6 +82,9 @@ class ScriptHost : public view::Platform, public IFormEvents {
   // `rights PROGID DETAIL ACTION`, `period N`, `usersetting SECTION KEY VALUE`: the current user's
   // rights and personal settings, and the accounting period, in the database.
   void SetHostStore(const std::string& cmd, const std::string& args);
+  // `Tools`: a line `tool <key> <caption> <state>` for each tool of the form; `Action <key>`
+  // performs one. A form without tools is a script error.
+  void RunTool(const std::string& cmd, const std::string& key);
   void ShowTree();
   void ShowFields();
   void RunSql(const std::string& sql);

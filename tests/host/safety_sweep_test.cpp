@@ -239,15 +239,16 @@ struct Window {
   ~Window() { form->Clear(); }
 
   view::TreeView& Tree() { return *form->Inner().Tree(); }
-  // The record's node (a leaf where a record has two), never a root.
+  // The record's node (a leaf where a record has two), never a root. Where leaves of two tables
+  // share the tag (units and the employees added under them), the one added last is the form's.
   NodePtr Node(int64_t id) {
-    NodePtr any;
+    NodePtr any, leaf;
     for (const auto& n : Tree().AllNodes())
       if (n->Parent() && n->Tag.ToLong() == id) {
-        if (n->Children() == 0) return n;
+        if (n->Children() == 0) leaf = n;
         any = n;
       }
-    return any;
+    return leaf ? leaf : any;
   }
   bool Click(int64_t id) {
     NodePtr n = Node(id);

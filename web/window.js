@@ -48,6 +48,7 @@ export class FormWindow {
       this.buttons[c.cmd] = b;
       this.toolbar.append(b);
     }
+    this.toolButtons = {}; // the form's own tools, by key: toggle buttons after the commands
     this.treePane = null;
     this.detail = new DetailPane(this);
     this.left = el('div', { class: 'tree-pane' });
@@ -206,6 +207,7 @@ export class FormWindow {
     this.view = view;
     const editing = view.toolbar.FileSave;
     for (const [cmd, button] of Object.entries(this.buttons)) button.disabled = !view.toolbar[cmd];
+    this.renderTools(view.tools || []);
     this.stateText.textContent = editing ? '编辑' : '浏览';
     if (view.status !== undefined && !this.page.classList.contains('busy')) this.statusText.textContent = view.status;
 
@@ -225,6 +227,22 @@ export class FormWindow {
     }
     const active = document.activeElement;
     if (this.isActive() && !isOpen() && (!active || active === document.body || active.disabled)) this.focusTree();
+  }
+
+  // A tool of the form's own is a toggle button: pressed while it is on.
+  renderTools(tools) {
+    for (const t of tools) {
+      let b = this.toolButtons[t.key];
+      if (!b) {
+        b = el('button', { class: 'tool toggle', 'data-tool': t.key, title: t.caption, 'aria-pressed': 'false' },
+          el('span', { class: 'tool-icon', text: '№' }), el('span', { text: t.caption }));
+        b.addEventListener('mousedown', (e) => e.preventDefault()); // the field keeps the focus
+        b.addEventListener('click', () => { if (!isOpen()) this.send({ kind: 'tool', key: t.key }); });
+        this.toolButtons[t.key] = b;
+        this.toolbar.append(b);
+      }
+      b.setAttribute('aria-pressed', String(Boolean(t.on)));
+    }
   }
 
   isActive() { return this.page.classList.contains('active'); }

@@ -140,6 +140,19 @@ json Toolbar(FormGuard& form) {
 
 }  // namespace
 
+namespace {
+
+// A form's own tools (IFormToolUI) as toggle buttons of the toolbar: key, caption and whether each
+// is on; none for the other forms.
+json ToolsModel(FormGuard& form) {
+  json tools = json::array();
+  if (auto* t = dynamic_cast<IFormToolUI*>(&form.Inner()))
+    for (const auto& e : t->Tools()) tools.push_back({{"key", e.Key}, {"caption", e.Caption}, {"on", e.State}});
+  return tools;
+}
+
+}  // namespace
+
 json ViewModel(FormGuard& form, const RowRange& rows) {
   json controls = json::array();
   for (const auto& c : form.Controls()) controls.push_back(ControlModel(*c, rows));
@@ -148,7 +161,8 @@ json ViewModel(FormGuard& form, const RowRange& rows) {
   return {{"controls", controls},
           {"tree", tree ? json(tree->DisplayName()) : json()},
           {"focus", focused && focused->HasFocus() ? json(focused->DisplayName()) : json()},
-          {"toolbar", Toolbar(form)}};
+          {"toolbar", Toolbar(form)},
+          {"tools", ToolsModel(form)}};
 }
 
 namespace {
@@ -210,6 +224,15 @@ json RunCommand(FormGuard& form, const std::string& name) {
   return {{"result", (form.*(it->second))()}};
 }
 
+// Performs a form's own tool; a key of no tool answers false.
+json RunTool(FormGuard& form, const std::string& key) {
+  auto* tools = dynamic_cast<IFormToolUI*>(&form.Inner());
+  if (!tools) Refuse(400, "the form has no tools");
+  bool result = false;
+  form.Run([&] { result = tools->Action(key); });
+  return {{"result", result}};
+}
+
 // The next expanded row after the selection (wrapping round) whose text starts with `prefix`.
 view::NodePtr Seek(view::TreeView& tree, const std::string& prefix) {
   auto rows = tree.ViewableRows();
@@ -233,6 +256,7 @@ json PerformAction(FormGuard& form, const json& action) {
   if (!action.is_object()) Refuse(400, "the action is no JSON object");
   std::string kind = Text(action, "kind");
   if (kind == "command") return RunCommand(form, Text(action, "command"));
+  if (kind == "tool") return RunTool(form, Text(action, "key"));
 
   auto& c = ControlOf(form, action);
   if (kind == "focus") {

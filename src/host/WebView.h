@@ -17,7 +17,7 @@ struct RowRange {
 // declaration order with its type name, a kind ("text", "textbox", "label", "option", "check",
 // "combo", "date", "button", "picture", "tree", "list", "grid" or "other"), its state and its
 // content; a tree gives its number of expanded rows and the rows of `rows` with their depth; the
-// toolbar gives which commands the edit state allows.
+// toolbar gives which commands the edit state allows; "tools" the form's own tools, on or off.
 nlohmann::json ViewModel(FormGuard& form, const RowRange& rows);
 
 // A user action on the form's controls or a contract command, as the page sends it:
@@ -27,6 +27,7 @@ nlohmann::json ViewModel(FormGuard& form, const RowRange& rows);
 //   {"kind": "pick", "control": "LV", "index": 1}          a list row (1-based)
 //   {"kind": "seek", "control": "TV", "text": "K"}         type-ahead: next row starting so
 //   {"kind": "command", "command": "FileNew"}               an operation of the contract
+//   {"kind": "tool", "key": "autobm"}                        a form's own tool (IFormToolUI)
 // Gives {"result": ...} for a command, {} for other actions. Throws ActionError for an action
 // that names no control, a control of another kind, a locked control or an unknown command,
 // before anything is changed.

@@ -139,6 +139,18 @@ TEST_F(WebHostTest, UnitLifeWithBoxesEventsAndJournal) {
   EXPECT_EQ(Command(w, "PrintPreview")["view"]["status"], "暂无打印功能!");
 }
 
+// The employee form's own tool is a toggle of the page: off at first, on after its action (the
+// key in any case); a form without tools shows none and refuses the action.
+TEST_F(WebHostTest, AFormsOwnToolIsAToggle) {
+  std::string w = Open("GY");
+  EXPECT_EQ(Ok("GET", w)["view"]["tools"], json::parse(R"([{"key":"autobm","caption":"编号自动序列增加","on":false}])"));
+  json r = Act(w, {{"kind", "tool"}, {"key", "AutoBM"}});
+  EXPECT_TRUE(r["result"] == true && r["view"]["tools"][0]["on"] == true) << r.dump();
+  std::string u = Open("JLDW");
+  EXPECT_EQ(Ok("GET", u)["view"]["tools"], json::array());
+  EXPECT_EQ(Call("POST", u + "/action", {{"kind", "tool"}, {"key", "autobm"}}).status, 400);
+}
+
 TEST_F(WebHostTest, BadRequestsChangeNothing) {
   std::string path = Open("JLDW");
   int64_t version = Ok("GET", path)["version"];

@@ -32,7 +32,10 @@ void Add(CLI::App& app, Command& c, const char* name, const char* what) {
   c.app->add_option("MODULE", c.module, "Module number (12 for the master-data forms)")->required();
   c.app->add_option("KEY", c.key, "Key, a number or a name")->required();
   c.app->add_option("VALUE", c.value, "Value to set");
-  if (c.isOption) c.app->add_option("NAME", c.name, "The option's name, set with its value");
+  if (c.isOption) {
+    c.app->add_option("NAME", c.name, "The option's name, set with its value");
+    c.app->add_option("--name", c.name, "The option's name, set with its value (as NAME)");
+  }
 }
 
 int Run(const Command& c) {

@@ -3,7 +3,7 @@
 
 namespace kmd::apps {
 
-// `kmd option get|set MODULE KEY [VALUE [NAME]]` and `kmd parameter get|set MODULE KEY [VALUE]`:
+// `kmd option get|set MODULE KEY [VALUE [NAME]] [--name NAME]` and `kmd parameter get|set MODULE KEY [VALUE]`:
 // the system options and module parameters of a database, without SQL. `get` prints the value (an
 // empty line for an unset key); `set` stores VALUE, the empty text when it is left out, and an
 // option's NAME when one is given.

@@ -112,7 +112,12 @@ export class DetailPane {
     node.addEventListener('focus', () => this.win.focusControl(c.name));
     if (leave) node.addEventListener('blur', () => !node.disabled && this.win.leave(c.name));
     node.addEventListener('keydown', (e) => {
-      if (e.key === 'Enter' && !e.ctrlKey && !e.altKey) {
+      const key = { Enter: 'Enter', ArrowUp: 'Up', ArrowDown: 'Down' }[e.key];
+      if (c.keys && key && !e.ctrlKey && !e.altKey && !e.shiftKey) {
+        // The form moves the focus itself; the page follows the focus of the reply.
+        e.preventDefault();
+        this.win.send({ kind: 'key', control: c.name, key });
+      } else if (e.key === 'Enter' && !e.ctrlKey && !e.altKey) {
         e.preventDefault();
         this.focusNext(node, e.shiftKey ? -1 : 1);
       } else if (e.key === 'F7' && c.reference) {
@@ -242,7 +247,7 @@ export class DetailPane {
 
   // A list view or grid as a table; a click on a list row picks it.
   table(c, rowsOf, pickable) {
-    const table = this.common(el('table', { class: 'grid' }), c);
+    const table = this.common(el('table', { class: 'grid', tabindex: pickable ? '0' : '-1' }), c);
     const wrap = el('div', { class: 'grid-wrap' }, table);
     this.updaters.set(c.name, (m) => {
       const [head, rows, selected] = rowsOf(m);

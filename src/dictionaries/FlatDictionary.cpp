@@ -21,7 +21,7 @@ void FlatDictionary::InitProperties() {
 
   if (m_IdLabel) SetColumnCaption(*m_IdLabel, m_IdColumn);
 view::TextField* FlatDictionary::AddField(int index, const std::string& caption) {
-  auto* f = m_Controls.Add<view::TextField>("qnT", index, caption);
+  auto* f = m_Controls.Add<view::TextField>(m_FieldArray, index, caption);
   f->Change = [this] { m_IsDirty = true; };
   qnT.Set(index, f);
   return f;
@@ -50,7 +50,7 @@ view::TextField& FlatDictionary::NameField() const { return m_CodeColumn.empty()
 std::string FlatDictionary::Name() const { return text::Trim(NameField().Text()); }
 
 std::string FlatDictionary::NodeText(const std::string& code, const std::string& name) const {
-  return m_NodeShowsCode ? code + "  " + name : name;
+  return m_NodeShowsCode ? code + m_NodeSeparator + name : name;
 }
 
 int32_t FlatDictionary::EditingId() const {
@@ -126,7 +126,7 @@ void FlatDictionary::m_Tv_Selected(const NodePtr& node) {
     if (m_IdLabel && !m_RecordMissing) m_IdLabel->SetCaption(std::to_string(m_ID));
   } catch (const std::exception& e) {
     if (!m_SelectionHandler) throw;
-    RaiseErrMessage(std::string("选择时发生错误,原因：") + e.what(), kFailure, m_Title);
+    RaiseErrMessage(m_SelectErrorText + e.what(), kFailure, m_Title);
   }
 }
 
@@ -138,7 +138,7 @@ void FlatDictionary::UpdateScreen(int32_t id) {
     std::string err = db->LastError().Description();
     if (!err.empty()) {
       ShowNoRecord();
-      RaiseErrMessage("数据库操作错误，原因：" + err, kFailure, m_Title);
+      RaiseErrMessage(m_ReadErrorPrefix + err, kFailure, m_Title);
       return;
     }
     if (!(rs->Eof() && rs->Bof())) {
@@ -150,7 +150,7 @@ void FlatDictionary::UpdateScreen(int32_t id) {
     rs->Close();
     db->ResetState();
   } catch (const std::exception& e) {
-    RaiseErrMessage(std::string("更新屏幕时出错，原因：") + e.what(), kFailure, m_Title);
+    RaiseErrMessage(m_ShowErrorText + e.what(), kFailure, m_Title);
     if (db) db->ResetState();
   }
 }

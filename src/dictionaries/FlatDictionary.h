@@ -38,6 +38,11 @@ class FlatDictionary : public Form {
   std::string m_CodeColumn;       // code column, "" when the form has none
   std::string m_NameColumn;       // name column
   bool m_NodeShowsCode = true;    // node text "code  name", else the name alone
+  std::string m_NodeSeparator = "  ";  // between code and name in a node's text
+  std::string m_FieldArray = "qnT";    // the name of the text fields' control array
+  std::string m_SelectErrorText = "选择时发生错误,原因：";  // a selection's run-time error
+  std::string m_ReadErrorPrefix = "数据库操作错误，原因：";  // before a failed record read's text
+  std::string m_ShowErrorText = "更新屏幕时出错，原因：";     // a record read's run-time error
   std::string m_LoadErrorPrefix;  // put before the description of a failed load
   bool m_HasFind = true;
   bool m_HasFindNext = true;

@@ -1,5 +1,7 @@
 #include "frame/Services.h"
 
+#include <algorithm>
+
 #include "base/RuntimeError.h"
 #include "base/Text.h"
 #include "db/IdCounter.h"
@@ -47,6 +49,24 @@ void ClearControlValues(view::Controls& controls) {
 }
 
 void IFormHelper::SetFocusTo(view::Control& control) { control.SetFocus(); }
+
+void IFormHelper::NextField(view::Controls& controls, int32_t enterKey, int16_t keyCode) {
+  int step = keyCode == enterKey || keyCode == view::vbKeyDown ? 1 : keyCode == view::vbKeyUp ? -1 : 0;
+  if (step == 0) return;
+  std::vector<view::Control*> order;
+  for (const auto& c : controls) order.push_back(c.get());
+  if (step < 0) std::reverse(order.begin(), order.end());
+  // From the focused control on (from the start when none has the focus), the first text field
+  // that can take the focus.
+  auto at = std::find(order.begin(), order.end(), controls.Focused());
+  for (auto it = at == order.end() ? order.begin() : at + 1; it != order.end(); ++it) {
+    view::Control* c = *it;
+    bool textField = dynamic_cast<view::TextField*>(c) || dynamic_cast<view::TextBox*>(c);
+    if (!textField || !c->Enabled() || !c->Shown()) continue;
+    c->SetFocus();
+    return;
+  }
+}
 
 Value IValueHelper::ToNumber(const Value& v) const {
   if (v.GetType() == Value::Type::Long || v.GetType() == Value::Type::Double) return v;

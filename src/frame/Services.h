@@ -37,6 +37,10 @@ class IFormHelper {
   // 0, check boxes 0.
   void ClearControls(view::Controls& controls);
   void SetFocusTo(view::Control& control);
+  // Moves the focus from the focused control to the next enabled text field in the order of
+  // `controls` on `enterKey` (13, Enter) and Down, to the previous one on Up; other keys do
+  // nothing, and at either end the focus stays.
+  void NextField(view::Controls& controls, int32_t enterKey, int16_t keyCode);
 
  private:
   view::Platform& m_Platform;

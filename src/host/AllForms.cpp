@@ -1,6 +1,7 @@
 #include "host/AllForms.h"
 
 #include "colour/Forms.h"
+#include "currency/Forms.h"
 #include "dictionaries/Forms.h"
 #include "employees/Forms.h"
 #include "hierarchies/Forms.h"
@@ -14,6 +15,7 @@ const FormRegistry& AllForms() {
     RegisterHierarchyForms(r);
     RegisterEmployeeForms(r);
     RegisterColourForms(r);
+    RegisterCurrencyForms(r);
     return r;
   }();
   return registry;

@@ -17,6 +17,7 @@ const std::vector<LookupWindow>& Windows() {
       {"st_attribute", "仓库属性",
        "SELECT code,caption,text from xt_billattribute where progID='200003' and attribute='仓库属性' order by code", "code",
        {"code", "caption"}},
+      {"hp_foreign", "币种", "Select 外币代号,外币名称,币种ID From KMDBZ order by 外币代号", "外币代号", {"外币代号", "外币名称"}},
       {"gy_whcd", "文化程度", "select 文化程度,文化程度ID from kmdwhcd order by 文化程度ID", "文化程度", {"文化程度"}},
       {"gy_dept", "所属部门", "Select 部门编码,部门名称,部门ID From KMDBM order by 部门编码", "部门编码", {"部门编码", "部门名称"}},
       {"gy_zw", "职务", "select 编号,职务,职务ID from kmdzw order by 编号", "编号", {"编号", "职务"}},

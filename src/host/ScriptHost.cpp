@@ -9,6 +9,7 @@
 #include "colour/frmMain.h"
 #include "files/mShellExecute.h"
 #include "host/AllForms.h"
+#include "view/ListView.h"
 #include "view/TreeView.h"
 #include "view/Widgets.h"
 
@@ -173,6 +174,22 @@ void ScriptHost::Execute(const std::string& line) {
     else if (auto* b = dynamic_cast<view::Button*>(&c)) CurrentForm().Run([&] { b->UserClick(); });
     else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) CurrentForm().Run([&] { p->UserClick(); });
     else throw ScriptError{"cannot click " + rest};
+  } else if (cmd == "item") {
+    auto [name, index] = SplitWord(text::Trim(rest));
+    auto* list = dynamic_cast<view::ListView*>(&ControlNamed(name));
+    if (!list) throw ScriptError{name + " is no list"};
+    int at = text::IsNumeric(index) ? static_cast<int>(text::Val(index)) : 0;
+    if (at < 1 || at > list->Count()) throw ScriptError{name + " has no item " + index};
+    CurrentForm().Run([&] { list->UserClick(list->Item(at)); });
+  } else if (cmd == "key") {
+    auto [name, key] = SplitWord(text::Trim(rest));
+    static const std::map<std::string, int> codes = {
+        {"Enter", view::vbKeyReturn}, {"Up", view::vbKeyUp}, {"Down", view::vbKeyDown}};
+    auto code = codes.find(text::Trim(key));
+    if (code == codes.end()) throw ScriptError{"key takes a control and Enter, Up or Down"};
+    auto* f = dynamic_cast<view::TextField*>(&ControlNamed(name));
+    if (!f) throw ScriptError{"cannot press a key in " + name};
+    CurrentForm().Run([&] { f->UserKey(code->second); });
   } else if (cmd == "pick") {
     auto node = NodeKeyed(text::Trim(rest));
     CurrentForm().Run([&] { Tree().UserClick(node); });
@@ -203,7 +220,8 @@ void ScriptHost::Execute(const std::string& line) {
     std::string what = text::Trim(rest);
     if (what == "tree") ShowTree();
     else if (what == "fields") ShowFields();
-    else throw ScriptError{"show takes tree or fields"};
+    else if (what.rfind("list ", 0) == 0) ShowList(text::Trim(what.substr(5)));
+    else throw ScriptError{"show takes tree, fields or list LIST"};
   } else if (cmd == "sql") {
     RunSql(rest);
   } else if (cmd == "option" || cmd == "parameter") {
@@ -336,6 +354,17 @@ void ScriptHost::ShowTree() {
     for (auto c = n->Child(); c; c = c->Next()) walk(c, depth + 1);
   };
   for (const auto& root : tree->Roots()) walk(root, 0);
+}
+
+void ScriptHost::ShowList(const std::string& name) {
+  auto* list = dynamic_cast<view::ListView*>(&ControlNamed(name));
+  if (!list) throw ScriptError{name + " is no list"};
+  for (const auto& item : list->Items()) {
+    m_Out << item->Index << " " << Quote(item->Text);
+    for (const auto& s : item->SubItems) m_Out << " " << Quote(s);
+    if (item == list->SelectedItem()) m_Out << " *";
+    m_Out << "\n";
+  }
 }
 
 void ScriptHost::ShowFields() {

@@ -28,6 +28,9 @@ namespace kmd::host {
 // `drag SOURCEKEY TARGETKEY` drags a node onto another with the mouse and prints nothing itself.
 // `type` into a control out of sight is a script error; `show fields` marks it `hidden`.
 // `Tools` and `Action <key>` reach a form's own tools (IFormToolUI).
+// `item LIST N` is the user's click on row N (1-based) of a list; `key CONTROL Enter|Up|Down` a
+// key pressed in a text field; `show list LIST` prints a line per row: its index, text and
+// sub-items, and `*` on the selected one.
 class ScriptHost : public view::Platform, public IFormEvents {
  public:
   // Forms are created from `forms`, or from every form of the library when it is null. The
@@ -87,6 +90,7 @@ class ScriptHost : public view::Platform, public IFormEvents {
   void RunTool(const std::string& cmd, const std::string& key);
   void ShowTree();
   void ShowFields();
+  void ShowList(const std::string& name);
   void RunSql(const std::string& sql);
   view::Control& ControlNamed(const std::string& name);
   FormGuard& CurrentForm();

@@ -84,7 +84,7 @@ json ControlModel(view::Control& c, const RowRange& rows) {
             {"visible", c.Visible()}, {"focus", c.HasFocus()}};
   if (auto* f = dynamic_cast<view::TextField*>(&c)) {
     m.update({{"kind", "text"}, {"caption", f->Caption()}, {"text", f->Text()}, {"maxLength", f->MaxLength},
-              {"reference", f->GetReference().IsReference}});
+              {"reference", f->GetReference().IsReference}, {"keys", f->HandlesKeys()}});
   } else if (auto* t = dynamic_cast<view::TextBox*>(&c)) {
     m.update({{"kind", "textbox"}, {"text", t->Text()}});
   } else if (auto* l = dynamic_cast<view::Label*>(&c)) {
@@ -309,6 +309,13 @@ json PerformAction(FormGuard& form, const json& action) {
     Refuse(400, "unknown action " + kind);
   }
   return json::object();
+  } else if (kind == "key") {
+    auto& f = Expect<view::TextField>(c, "press a key in");
+    static const std::map<std::string, int> codes = {
+        {"Enter", view::vbKeyReturn}, {"Up", view::vbKeyUp}, {"Down", view::vbKeyDown}};
+    auto code = codes.find(Text(action, "key"));
+    if (code == codes.end()) Refuse(400, "the key is none of Enter, Up and Down");
+    form.Run([&] { f.UserKey(code->second); });
 }
 
 }  // namespace kmd::host

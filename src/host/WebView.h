@@ -29,6 +29,8 @@ nlohmann::json ViewModel(FormGuard& form, const RowRange& rows);
 //   {"kind": "command", "command": "FileNew"}               an operation of the contract
 //   {"kind": "tool", "key": "autobm"}                        a form's own tool (IFormToolUI)
 // Gives {"result": ...} for a command, {} for other actions. Throws ActionError for an action
+//   {"kind": "key", "control": "qnT(0)", "key": "Enter"}    Enter, Up or Down in a text field
+//                                                           whose form hears its keys ("keys")
 // that names no control, a control of another kind, a locked control or an unknown command,
 // before anything is changed.
 struct ActionError {

@@ -1,8 +1,21 @@
 #include "view/ListView.h"
 
+#include <algorithm>
+
 #include "base/RuntimeError.h"
+#include "base/Text.h"
 
 namespace kmd::view {
+
+std::string ListItem::SubItem(int n) const {
+  return n >= 1 && n <= static_cast<int>(SubItems.size()) ? SubItems[static_cast<size_t>(n - 1)] : "";
+}
+
+void ListItem::SetSubItem(int n, std::string text) {
+  if (n < 1) throw RuntimeError("Invalid property value");
+  if (static_cast<int>(SubItems.size()) < n) SubItems.resize(static_cast<size_t>(n));
+  SubItems[static_cast<size_t>(n - 1)] = std::move(text);
+}
 
 ListItemPtr ListView::Add(const std::string& key, const std::string& text) {
   auto item = std::make_shared<ListItem>();
@@ -30,6 +43,18 @@ void ListView::Clear() {
 ListItemPtr ListView::Item(int index) const {
   if (index < 1 || index > Count()) throw RuntimeError("Index out of bounds");
   return m_Items[static_cast<size_t>(index - 1)];
+}
+
+ListItemPtr ListView::FindItem(const std::string& text, bool subItems, int start, bool partial) const {
+  auto matches = [&](const std::string& s) {
+    return partial ? text::StartsWithNoCase(s, text) : text::EqualsNoCase(s, text);
+  };
+  for (int i = std::max(start, 1); i <= Count(); ++i) {
+    const auto& item = m_Items[static_cast<size_t>(i - 1)];
+    if (matches(item->Text)) return item;
+    if (subItems && std::any_of(item->SubItems.begin(), item->SubItems.end(), matches)) return item;
+  }
+  return nullptr;
 }
 
 void ListView::UserClick(const ListItemPtr& item) {

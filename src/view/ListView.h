@@ -19,6 +19,10 @@ struct ListItem {
   std::vector<std::string> SubItems;  // columns 2, 3, ...
   Value Tag;
   int Index = 0;
+  // Sub-item n (1-based, the list's column n + 1); "" where none was set.
+  std::string SubItem(int n) const;
+  // Sets sub-item n, adding empty ones before it where needed. Throws RuntimeError for n < 1.
+  void SetSubItem(int n, std::string text);
 };
 using ListItemPtr = std::shared_ptr<ListItem>;
 
@@ -45,6 +49,11 @@ class ListView : public Control {
   // The row scrolled into view last, by EnsureVisible.
   ListItemPtr VisibleItem() const { return m_Visible; }
   void EnsureVisible(const ListItemPtr& item) { m_Visible = item; }
+
+  // The first row from the 1-based `start` on whose text, or with `subItems` one of whose
+  // sub-items, begins with `text` (`partial`) or equals it, Latin case ignored; null when none.
+  // The search does not wrap round.
+  ListItemPtr FindItem(const std::string& text, bool subItems, int start = 1, bool partial = true) const;
 
   std::function<void(const ListItemPtr&)> ItemClick;
   // The user clicks a row: it is selected and ItemClick is raised. A disabled list ignores it.

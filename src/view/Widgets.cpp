@@ -25,6 +25,14 @@ void TextField::UserBrowse() {
 }
 
 void TextBox::UserType(const std::string& text) {
+void TextField::UserKey(int keyCode) {
+  if (!Enabled()) return;
+  SetFocus();
+  if (KeyDown) KeyDown(keyCode, 0);
+  int keyAscii = vbKeyReturn;
+  if (keyCode == vbKeyReturn && KeyPress) KeyPress(keyAscii);
+}
+
   if (!Enabled()) return;
   if (!text::IsStorableText(text)) throw InputRefused();
   m_Text = text;

@@ -33,10 +33,16 @@ struct Reference {
   bool IsReference = false;
 };
 
+// Key codes of the keys the forms handle in their fields.
+constexpr int vbKeyReturn = 13;
+constexpr int vbKeyUp = 38;
+constexpr int vbKeyDown = 40;
+
 // The text field qnTxt_S: plain, or a reference field through its Reference object.
 // Setting Text or Value from the program raises no event; the user's typing raises Change
 // (UserType), leaving a reference field raises CheckRequest (UserLeave), its browse button
-// BrowseRequest (UserBrowse).
+// BrowseRequest (UserBrowse), a key pressed in it KeyDown and, for a key that gives a character
+// (Enter), KeyPress (UserKey).
 class TextField : public Control {
  public:
   TextField(std::string name, int index, std::string caption = "");
@@ -60,10 +66,18 @@ class TextField : public Control {
   std::string ShownText() const override { return m_Text; }
 
  private:
+  // The key's code and the state of Shift, Ctrl and Alt; the character of the key.
+  std::function<void(int& keyCode, int shift)> KeyDown;
+  std::function<void(int& keyAscii)> KeyPress;
+  // True when the form listens to the field's keys.
+  bool HandlesKeys() const { return KeyDown || KeyPress; }
   std::string m_Text;
   Value m_Value;
   std::string m_Caption;
   Reference m_Reference;
+  // The user presses the key `keyCode` in the field, which takes the focus first: KeyDown, then
+  // KeyPress for Enter. A disabled field ignores it.
+  void UserKey(int keyCode);
 };
 
 // A plain text box; Change comes from user input only. The user's typing raises Change, then

@@ -289,6 +289,13 @@ struct Window {
 };
 
 // A text of the same shape that no record holds: its last two characters (or all it has) become
+// The sweep reaches records through the tree; a form that lists them instead (HL) is left out.
+bool SweepsByTree(const std::string& className) {
+  Recorder rec;
+  auto form = host::AllForms().Create(className, rec);
+  return form && form->Inner().Tree();
+}
+
 // a number of the field's, 50 + its place among the fields.
 std::string Fresh(const std::string& t, size_t place) {
   size_t end = t.size();
@@ -374,6 +381,7 @@ TEST_F(SafetySweep, HostileTextIsStoredAsTypedOrRefusedAndNothingElseMoves) {
   const std::string refusedInput = view::InputRefused().what();
   for (const auto& entry : host::AllForms().Entries()) {
     SCOPED_TRACE(entry.className);
+    if (!SweepsByTree(entry.className)) continue;
     Window w(Copy("sweep"), entry.className);
     std::vector<std::string> texts;
     const int64_t record = PickRecord(w, texts);
@@ -573,6 +581,7 @@ TEST_F(SafetySweep, ACommandWhoseStatementFailsChangesNothingAndThenWorks) {
         w.rec.failures.clear();
         auto before = w.Snap();
         w.database->FailNthStatement(n);
+    if (!SweepsByTree(entry.className)) continue;
         if (n == 0) w.database->SetTrace([&](const std::string& sql) { sent.push_back(sql); });
         bool ok = command.run(w);
         w.database->SetTrace(nullptr);

@@ -87,7 +87,7 @@ TEST_F(ScriptCommands, StoresReachTheFormAndControlsAnswerAsAUsersWould) {
       << err.str();
   EXPECT_EQ(out.str(),
             "> open Probe 200008\n> Init\n= True\n> Refresh\n"
-            "event Message | rights 11 period 0 rows 1000 option /\n"
+            "event Message | rights 11 period 0 rows 1000 option RMB/人民币\n"
             "box 提示： [] 第一行\\n第二行\\n -> OK\n= True\n"
             "> rights 200008 0 1\n> period 202611\n> usersetting settings cpml 50\n> option 12 4 1 本位币 名称\n"
             "> Refresh\nevent Message | rights 01 period 202611 rows 50 option 1/本位币 名称\n"

@@ -1,0 +1,21 @@
+#pragma once
+#include <string>
+
+#include "db/Database.h"
+
+namespace kmd {
+
+// The application's title, which the currency form gives its reports.
+inline constexpr const char* kApplicationTitle = "KMD_S";
+// The source of the run-time errors of the currency forms' saves, and the title of the rates
+// form's reports.
+inline constexpr const char* kCurrencySource = "Kmd_Bz";
+
+// Rolls back the transaction that a failed save or delete left open; errors are ignored, the
+// caller reports the failure that brought it here.
+void RollbackOpen(db::IDatabase& db);
+
+// A save's run-time error as the forms pass it on: source "Kmd_Bz", "-->SaveData::" and the cause.
+[[noreturn]] void RaiseSaveDataError(const std::exception& cause);
+
+}  // namespace kmd

@@ -154,23 +154,11 @@ bool BZ::FileSave() {
 }
 
 bool BZ::DeleteData(int32_t id) {
-  auto db = Database();
-  try {
-    db->BeginTrans();
-    m_ID = id;
-    db->CreateCommand(DeleteSql().front(), 1)->Execute();
-    std::string err = db->LastError().Description();
-    if (!err.empty()) {
-      db->RollbackTrans();
-      RaiseErrMessage("删除数据时出错：" + err, kFailure, kApplicationTitle);
-      return false;
-    }
-    db->CommitTrans();
-    return true;
-  } catch (const std::exception&) {
-    RollbackOpen(*db);
-    throw;
-  }
+  m_ID = id;
+  std::string err = ExecuteInTransaction(*Database(), DeleteSql().front());
+  if (err.empty()) return true;
+  RaiseErrMessage("删除数据时出错：" + err, kFailure, kApplicationTitle);
+  return false;
 }
 
 // Nothing selected (the root included) is a box; then the in-use hook, the base currency by its

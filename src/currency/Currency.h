@@ -15,6 +15,10 @@ inline constexpr const char* kCurrencySource = "Kmd_Bz";
 // caller reports the failure that brought it here.
 void RollbackOpen(db::IDatabase& db);
 
+// Runs one statement in a transaction of its own: committed when it worked, rolled back when it
+// failed. Gives "" or the database's text; a run-time error is thrown on after the rollback.
+std::string ExecuteInTransaction(db::IDatabase& db, const std::string& sql);
+
 // A save's run-time error as the forms pass it on: source "Kmd_Bz", "-->SaveData::" and the cause.
 [[noreturn]] void RaiseSaveDataError(const std::exception& cause);
 

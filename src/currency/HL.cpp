@@ -272,22 +272,10 @@ bool HL::FileSave() {
 }
 
 bool HL::DeleteData(int32_t id) {
-  auto db = Database();
-  try {
-    db->BeginTrans();
-    db->CreateCommand("delete from kmdhlday where 汇率ID=" + std::to_string(id), 1)->Execute();
-    std::string err = db->LastError().Description();
-    if (!err.empty()) {
-      db->RollbackTrans();
-      RaiseErrMessage("删除数据时出错：" + err, kFailure, kCurrencySource);
-      return false;
-    }
-    db->CommitTrans();
-    return true;
-  } catch (const std::exception&) {
-    RollbackOpen(*db);
-    throw;
-  }
+  std::string err = ExecuteInTransaction(*Database(), "delete from kmdhlday where 汇率ID=" + std::to_string(id));
+  if (err.empty()) return true;
+  RaiseErrMessage("删除数据时出错：" + err, kFailure, kCurrencySource);
+  return false;
 }
 
 // The journal line comes before the question and stays when the answer is No (which answers

@@ -1,9 +1,9 @@
 // The page: the start page with the forms by subsystem, form windows as tabs, the journal panel
-// and notices. Open tabs are remembered, so that a reload opens them again (each window's form
-// then restores its last selection itself).
+// and notices. Each browser tab remembers its own open windows, so that a reload opens them again
+// (each window's form then restores its last selection itself).
 import { request, send, setupRetry } from './api.js';
 import { el, isOpen } from './dialogs.js';
-import { FormWindow } from './window.js';
+import { askDiscard, FormWindow } from './window.js';
 
 // The pinyin initials of a title ("计量单位" -> "jldw"): each character falls between the first
 // characters of two initials in the browser's pinyin collation.
@@ -50,7 +50,13 @@ const app = {
     },
   },
 
+  // A form that is open already is not opened twice: its tab comes to the front.
   async open(cls, { activate = true } = {}) {
+    const open = this.windows.find((w) => w.cls === cls);
+    if (open) {
+      if (activate) this.activate(open);
+      return open;
+    }
     const r = await request('POST', '/api/windows', { class: cls, rows: [0, 100] });
     if (r.status !== 200) { this.notice(r.body.error || '无法打开窗体'); return null; }
     const win = new FormWindow(this, r.body);
@@ -58,7 +64,11 @@ const app = {
     document.getElementById('pages').append(win.page);
     const tab = el('button', { class: 'tab', role: 'tab', 'data-window': win.id }, el('span', { text: win.title }));
     const close = el('span', { class: 'tab-close', title: '关闭', text: '×' });
-    close.addEventListener('click', (e) => { e.stopPropagation(); this.closeWindow(win); });
+    close.addEventListener('click', async (e) => {
+      e.stopPropagation();
+      if (win.view?.dirty && !await askDiscard()) return;
+      this.closeWindow(win);
+    });
     tab.append(close);
     tab.addEventListener('click', () => this.activate(win));
     win.tab = tab;
@@ -102,7 +112,7 @@ const app = {
 
   saveTabs() {
     const tabs = this.windows.map((w) => w.cls);
-    localStorage.setItem(TABS_KEY, JSON.stringify({ tabs, active: this.windows.indexOf(this.active) }));
+    sessionStorage.setItem(TABS_KEY, JSON.stringify({ tabs, active: this.windows.indexOf(this.active) }));
   },
 
   remember(cls) {
@@ -141,9 +151,26 @@ const app = {
   },
 };
 
+// Alt+0 the start page, Alt+1 to Alt+9 a window, Alt+PageUp/PageDown the previous and next
+// (the start page counts as the first); gives true when the key was taken.
+function switchWindow(e) {
+  if (!e.altKey || e.ctrlKey || e.metaKey) return false;
+  const pages = [null, ...app.windows];
+  const at = pages.indexOf(app.active);
+  let to;
+  if (/^Digit[0-9]$/.test(e.code)) to = +e.code.slice(5);
+  else if (e.key === 'PageDown') to = (at + 1) % pages.length;
+  else if (e.key === 'PageUp') to = (at - 1 + pages.length) % pages.length;
+  else return false;
+  if (to >= pages.length) return true;
+  app.activate(pages[to]);
+  return true;
+}
+
 function setupKeys() {
   document.addEventListener('keydown', (e) => {
     if (isOpen()) return;
+    if (switchWindow(e)) { e.preventDefault(); return; }
     if (app.active && app.active.onKey(e)) { e.preventDefault(); return; }
     if (e.key.startsWith('F') && e.key.length <= 3 && e.key !== 'F12') e.preventDefault(); // no browser reload on F5
   });
@@ -161,7 +188,16 @@ function setupKeys() {
   });
   // Leaving the page closes its windows.
   window.addEventListener('pagehide', () => app.windows.forEach((w) => !w.closed && send(`/api/windows/${w.id}/close`)));
-  window.addEventListener('resize', () => app.active?.treePane?.onScroll());
+  let resizing = 0;
+  window.addEventListener('resize', () => {
+    app.active?.treePane?.onScroll();
+    clearTimeout(resizing);
+    resizing = setTimeout(() => app.windows.forEach((w) => w.sendSize()), 150);
+  });
+  // Typing not yet saved: the browser asks before a reload or close throws it away.
+  window.addEventListener('beforeunload', (e) => {
+    if (app.windows.some((w) => w.view?.dirty)) { e.preventDefault(); e.returnValue = ''; }
+  });
   // The host closes windows no page has named for a while; these are still shown.
   setInterval(() => app.windows.forEach((w) => !w.closed && send(`/api/windows/${w.id}/ping`)), 30000);
 }
@@ -175,7 +211,7 @@ async function start() {
   document.getElementById('who').textContent = `用户：${info.body.user}`;
   for (const line of journal.body.lines || []) app.journal.add(line);
   app.drawHome();
-  const saved = JSON.parse(localStorage.getItem(TABS_KEY) || '{"tabs":[]}');
+  const saved = JSON.parse(sessionStorage.getItem(TABS_KEY) || '{"tabs":[]}');
   for (const cls of saved.tabs) await app.open(cls, { activate: false });
   app.activate(app.windows[saved.active] || null);
   document.body.dataset.ready = 'true';

@@ -12,6 +12,9 @@ const baseName = (name) => name.replace(/\(\d+\)$/, '');
 // A short Chinese label (no number, no code mask) reads as the caption of a value label after it.
 const looksCaption = (c) => c && c.kind === 'label' && /^[\u4e00-\u9fff][^\d*]{0,7}$/.test(plain(c.caption).trim());
 const bareLabel = (c) => c && c.kind === 'label' && !isCaption(c);
+// A caption of stars ("****") names nothing.
+const isMask = (t) => /^[*\s]*$/.test(plain(t));
+const captionText = (t) => plain(t).replace(/\s*[:：]\s*$/, '');
 
 export class DetailPane {
   // `win` offers type(name, text), leave(name), focusControl(name), send(action), pendingTypes(name).
@@ -30,10 +33,19 @@ export class DetailPane {
   }
 
   update(view) {
-    const controls = view.controls.filter((c) => c.name !== view.tree);
+    this.models = new Map(view.controls.map((c) => [c.name, c]));
+    const controls = view.controls.filter((c) => c.name !== view.tree && !this.drawnBeside(c, view.controls));
     const signature = controls.map((c) => `${c.name}:${c.kind}`).join('|');
     if (signature !== this.signature) this.build(controls);
     for (const c of controls) this.updaters.get(c.name)?.(c);
+  }
+
+  // A label that says what another control's column is stands beside that control's value, not
+  // on a row of its own.
+  drawnBeside(c, all) {
+    if (c.kind !== 'label' || !c.caption) return false;
+    const text = captionText(c.caption);
+    return all.some((o) => o !== c && o.column === text);
   }
 
   build(controls) {
@@ -54,7 +66,10 @@ export class DetailPane {
         this.bindCaption(c, caption);
         rowControls[0] = controls[++i];
       } else if (c.kind === 'text') {
-        caption.textContent = plain(c.caption);
+        caption.textContent = plain(c.caption) || c.column || '';
+      } else if (c.column) {
+        // A value without a label of the form's: the column it shows.
+        caption.textContent = c.column;
       }
       const first = rowControls[0];
       if (first.kind === 'option' || first.kind === 'button' || first.kind === 'check') {
@@ -72,6 +87,7 @@ export class DetailPane {
       }
       if (first.kind === 'list' || first.kind === 'grid') row.classList.add('wide');
       for (const rc of rowControls) cell.append(this.make(rc, caption));
+      if (this.captionFallback) this.captionFallback(rowControls[0]);
       this.bindRow(row, rowControls.map((rc) => rc.name), rowControls[0] === c && !caption.textContent);
       grid.append(row);
     }
@@ -79,10 +95,17 @@ export class DetailPane {
   }
 
   bindCaption(c, caption) {
-    // The caption column shows no colons, as the captions of the fields have none.
-    const shown = (t) => plain(t).replace(/\s*[:：]\s*$/, '');
-    caption.textContent = shown(c.caption);
-    this.updaters.set(c.name, (m) => { caption.textContent = shown(m.caption); });
+    // The caption column shows no colons, as the captions of the fields have none; a caption of
+    // stars gives way to the column of the control it captions.
+    let column = '';
+    const show = (t) => { caption.textContent = isMask(t) ? column : captionText(t); };
+    this.captionFallback = (captioned) => {
+      column = captioned.column || '';
+      show(c.caption);
+      this.captionFallback = null;
+    };
+    show(c.caption);
+    this.updaters.set(c.name, (m) => show(m.caption));
   }
 
   // A row is hidden when all its controls are, a row of bare labels while they are empty, and a
@@ -160,13 +183,16 @@ export class DetailPane {
         const input = this.common(this.input(el('input', { type: 'text', autocomplete: 'off' }), c, { leave: true }), c);
         caption.htmlFor = input.id = `f-${this.win.id}-${c.name}`;
         if (!c.reference) {
+          // A coded form's parent code stands before the segment box as a fixed prefix.
+          const prefix = c.prefix ? el('span', { class: 'label-prefix', 'data-prefix-of': c.name }) : null;
           this.updaters.set(c.name, (m) => {
             input.disabled = !m.enabled;
             if (m.maxLength > 0) input.maxLength = m.maxLength;
             caption.textContent = plain(m.caption) || caption.textContent;
             this.setText(input, c.name, m.text);
+            if (prefix) prefix.textContent = this.models.get(c.prefix)?.caption || '';
           });
-          return input;
+          return prefix ? el('span', { class: 'prefixed' }, prefix, input) : input;
         }
         const browse = el('button', { class: 'browse', text: '…', title: '选择 (F7)', tabindex: '-1' });
         browse.addEventListener('mousedown', (e) => e.preventDefault());
@@ -204,6 +230,12 @@ export class DetailPane {
           this.win.send({ kind: 'click', control: c.name });
         });
         box.addEventListener('focus', () => this.win.focusControl(c.name));
+        // Enter moves across check boxes and option buttons as across fields.
+        box.addEventListener('keydown', (e) => {
+          if (e.key !== 'Enter' || e.ctrlKey || e.altKey) return;
+          e.preventDefault();
+          this.focusNext(box, e.shiftKey ? -1 : 1);
+        });
         const text = el('span', { text: plain(c.caption) });
         const label = el('label', { class: 'choice' }, box, text);
         this.updaters.set(c.name, (m) => {

@@ -92,21 +92,106 @@ export function inputBox(d) {
   });
 }
 
-// The colour dialog: gives "#rrggbb", or null for Cancel.
-export function colourBox(d) {
-  let input;
-  return modal('color', d.title, (body, close) => {
-    input = el('input', { type: 'color', autofocus: '' });
-    input.value = d.color;
-    const ok = el('button', { text: '确定' });
-    const cancel = el('button', { text: '取消' });
-    ok.addEventListener('click', () => close(input.value));
-    cancel.addEventListener('click', () => close(null));
-    body.append(input, el('div', { class: 'buttons' }, ok, cancel));
-  }, (e, close) => {
-    if (e.key === 'Escape') { e.preventDefault(); close(null); }
-    else if (e.key === 'Enter') { e.preventDefault(); close(input.value); }
+// The colour picker, drawn from the picker the form runs: the hue and saturation map and the
+// brightness strip as canvases of its colours, the current colour, and the seven boxes. Every
+// click and every key is an answer (an action on the picker); the host asks again with the picker
+// as it then stands, and the open dialog takes it in place, so that the focus stays where it was.
+// OK and Cancel end it; Esc is Cancel (null).
+const BOXES = [['txtHue', '色调 H'], ['txtSat', '饱和度 S'], ['txtBri', '亮度 B'],
+  ['txtRed', '红 R'], ['txtGreen', '绿 G'], ['txtBlue', '蓝 B'], ['txtHex', '十六进制 #']];
+let picker = null;
+
+export function endPicker() {
+  if (!picker) return;
+  picker.overlay.remove();
+  if (picker.before?.isConnected && !isOpen()) picker.before.focus?.();
+  picker = null;
+}
+
+function buildPicker(d) {
+  const p = { before: document.activeElement, inputs: {} };
+  // An action while the last one is on its way waits for the next ask (the latest one wins).
+  const answer = (a) => {
+    const r = p.resolve;
+    p.resolve = null;
+    if (r) r(a); else p.pending = a;
+  };
+  p.map = el('canvas', { class: 'picker-map', width: d.size, height: d.size, 'data-control': 'pc' });
+  p.mark = el('div', { class: 'picker-mark' });
+  p.strip = el('canvas', { class: 'picker-strip', width: 1, height: d.strip.length, 'data-control': 'picBrightness' });
+  p.swatch = el('div', { class: 'picker-swatch', 'data-control': 'lblCurrColor' });
+  const at = (e, canvas, w, h) => {
+    const r = canvas.getBoundingClientRect();
+    return [Math.min(w - 1, Math.max(0, Math.floor((e.clientX - r.left) * w / r.width))),
+      Math.min(h - 1, Math.max(0, Math.floor((e.clientY - r.top) * h / r.height)))];
+  };
+  // A click, or a drag with the button held, moves the values.
+  const track = (canvas, control, w, h) => canvas.addEventListener('mousedown', (e) => {
+    e.preventDefault();
+    const send = (m) => { const [x, y] = at(m, canvas, w, h); answer({ kind: 'click', control, x, y }); };
+    send(e);
+    const up = () => { document.removeEventListener('mousemove', send); document.removeEventListener('mouseup', up); };
+    document.addEventListener('mousemove', send);
+    document.addEventListener('mouseup', up);
   });
+  track(p.map, 'pc', d.size, d.size);
+  track(p.strip, 'picBrightness', 1, d.strip.length);
+  const boxes = el('div', { class: 'picker-boxes' });
+  for (const [name, caption] of BOXES) {
+    const input = el('input', { type: 'text', 'data-control': name, autocomplete: 'off', maxlength: name === 'txtHex' ? 7 : 3 });
+    input.addEventListener('input', () => answer({ kind: 'type', control: name, text: input.value }));
+    input.addEventListener('focus', () => { input.select(); });
+    input.addEventListener('blur', () => { if (picker === p && !p.closing) answer({ kind: 'leave', control: name }); });
+    p.inputs[name] = input;
+    boxes.append(el('label', {}, el('span', { text: caption }), input));
+  }
+  const ok = el('button', { text: '确定', 'data-control': 'cmdOK' });
+  const cancel = el('button', { text: '取消', 'data-control': 'cmdCancel' });
+  ok.addEventListener('mousedown', (e) => e.preventDefault());
+  cancel.addEventListener('mousedown', (e) => e.preventDefault());
+  ok.addEventListener('click', () => { p.closing = true; answer({ kind: 'click', control: 'cmdOK' }); });
+  cancel.addEventListener('click', () => { p.closing = true; answer({ kind: 'click', control: 'cmdCancel' }); });
+  const box = el('div', { class: 'dialog color', role: 'dialog', 'aria-modal': 'true', 'aria-label': d.title || ' ' },
+    p.head = el('div', { class: 'dialog-title' }),
+    el('div', { class: 'dialog-body' },
+      el('div', { class: 'picker' }, el('div', { class: 'picker-map-wrap' }, p.map, p.mark), p.strip,
+        el('div', { class: 'picker-side' }, p.swatch, boxes)),
+      el('div', { class: 'buttons' }, ok, cancel)));
+  p.overlay = el('div', { class: 'overlay' }, box);
+  p.overlay.addEventListener('keydown', (e) => {
+    e.stopPropagation();
+    if (e.key === 'Escape') { e.preventDefault(); p.closing = true; answer(null); }
+    else if (e.key === 'Enter' && e.target.tagName === 'INPUT') { e.preventDefault(); ok.click(); }
+  });
+  document.getElementById('modals').append(p.overlay);
+  const image = p.map.getContext('2d').createImageData(d.size, d.size);
+  for (let i = 0; i < d.size * d.size; i++) {
+    const hex = d.map.substr(i * 6, 6);
+    image.data.set([parseInt(hex.slice(0, 2), 16), parseInt(hex.slice(2, 4), 16), parseInt(hex.slice(4, 6), 16), 255], i * 4);
+  }
+  p.map.getContext('2d').putImageData(image, 0, 0);
+  ok.focus();
+  return p;
+}
+
+export function colourBox(d) {
+  if (!picker) picker = buildPicker(d);
+  const p = picker;
+  p.head.textContent = d.title || '\u00a0';
+  p.swatch.style.background = d.color;
+  const ctx = p.strip.getContext('2d');
+  d.strip.forEach((c, y) => { ctx.fillStyle = c; ctx.fillRect(0, y, 1, 1); });
+  p.mark.hidden = !d.selector.visible;
+  p.mark.style.left = `${(d.selector.x / d.size) * 100}%`;
+  p.mark.style.top = `${(d.selector.y / d.size) * 100}%`;
+  for (const [name, input] of Object.entries(p.inputs)) {
+    // A box whose newer text is still to be sent keeps it; the others show the picker's.
+    if (p.pending?.control !== name && input.value !== d.boxes[name]) input.value = d.boxes[name];
+  }
+  const pending = p.pending;
+  p.pending = null;
+  if (pending) return Promise.resolve(pending);
+  return new Promise((resolve) => { p.resolve = resolve; });
 }
 
 // A browse window of a reference field: a filterable table; gives the row index, or -1.

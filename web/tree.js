@@ -4,6 +4,7 @@ import { el } from './dialogs.js';
 
 export const ROW = 22;
 const MARGIN = 40; // rows fetched beyond the view on either side
+const CODE_MAX = 12; // a code column is at most this wide; longer codes are cut with "…"
 
 // "KG  千克" -> ["KG", "  千克"]: a code of plain characters, then two or more spaces and the name.
 const splitCode = (text) => {
@@ -70,12 +71,14 @@ export class TreePane {
     const top = Math.floor(this.node.scrollTop / ROW);
     const inView = Math.ceil((this.node.clientHeight || 600) / ROW) + 1;
     const rows = [];
-    // Codes of one level are padded to the longest, so that the names after them line up too.
+    // Codes of one level are padded to the longest, at most CODE_MAX, so that the names after
+    // them line up too; a longer code is cut and the row's tool tip tells it whole.
     const codeWidth = new Map();
     for (const r of this.model.rows) {
       const code = splitCode(r.text)?.[0];
-      if (code) codeWidth.set(r.depth, Math.max(codeWidth.get(r.depth) || 0, code.length));
+      if (code) codeWidth.set(r.depth, Math.min(CODE_MAX, Math.max(codeWidth.get(r.depth) || 0, code.length)));
     }
+    const cut = (code) => (code.length > CODE_MAX ? `${code.slice(0, CODE_MAX - 1)}…` : code);
     for (let i = top; i < Math.min(this.model.count, top + inView); i++) {
       const r = this.row(i);
       if (!r) continue;
@@ -83,7 +86,7 @@ export class TreePane {
       const icon = el('span', { class: `node-icon ${r.children ? 'folder' : 'leaf'}` });
       const parts = splitCode(r.text);
       const text = parts
-        ? el('span', { class: 'node-text' }, el('span', { class: 'node-code', text: parts[0] }), parts[1])
+        ? el('span', { class: 'node-text' }, el('span', { class: 'node-code', text: cut(parts[0]) }), parts[1])
         : el('span', { class: 'node-text', text: r.text });
       if (parts) text.firstChild.style.minWidth = `${codeWidth.get(r.depth)}ch`;
       const line = el('div', {
@@ -91,10 +94,15 @@ export class TreePane {
         role: 'treeitem', 'data-key': r.key, 'data-row': i,
       }, toggle, icon, text);
       line.style.top = `${i * ROW}px`;
+      line.title = r.text;
       line.style.paddingLeft = `${4 + r.depth * 18}px`;
       rows.push(line);
     }
     this.space.replaceChildren(...rows);
+    // Rows as wide as their text: the tree scrolls sideways.
+    this.space.style.width = '';
+    const wide = Math.max(0, ...rows.map((r) => r.scrollWidth));
+    if (wide > this.node.clientWidth) this.space.style.width = `${wide}px`;
   }
 
   onScroll() {

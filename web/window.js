@@ -1,7 +1,7 @@
 // A form window: toolbar, tree, splitter, detail area and status line, drawn from the view model
 // the host sends after every request. Requests of one window go one after the other.
 import { request, Queue } from './api.js';
-import { el, errorBox, isOpen, showDialog } from './dialogs.js';
+import { el, endPicker, errorBox, isOpen, messageBox, showDialog } from './dialogs.js';
 import { DetailPane } from './detail.js';
 import { TreePane } from './tree.js';
 
@@ -11,6 +11,7 @@ export const COMMANDS = [
   { cmd: 'FileEdit', caption: '修改', key: 'F8', icon: '✎' },
   { cmd: 'FileDelete', caption: '删除', key: 'F3', icon: '－' },
   { cmd: 'FileSave', caption: '保存', key: 'F4', icon: '✓' },
+  { cmd: 'SaveNew', caption: '保存并新增', key: 'Shift+F4', icon: '✚' },
   { cmd: 'FileCancel', caption: '取消', key: 'Escape', shown: 'Esc', icon: '↶' },
   { cmd: 'Refresh', caption: '刷新', key: 'F5', icon: '⟳' },
   { cmd: 'Find', caption: '查找', key: 'F6', icon: '⌕' },
@@ -19,6 +20,18 @@ export const COMMANDS = [
   { cmd: 'RecordNext', caption: '下一条', key: 'Alt+ArrowDown', shown: 'Alt+↓ / ↓', icon: '▼' },
   { cmd: 'PrintPreview', caption: '打印', key: 'Ctrl+p', shown: 'Ctrl+P', icon: '▤' },
 ];
+
+// Commands that throw typing away: the page asks first while the window holds unsaved typing.
+const DISCARDS = ['FileCancel', 'Refresh', 'FileNew'];
+const TWIPS = 15; // per CSS pixel
+const TREE_WIDTH = 280; // pixels, for a tree the form gave no width
+
+// "放弃未保存的修改？" with Yes and No, No the default; true for Yes.
+export async function askDiscard() {
+  const answer = await messageBox({ title: '提示', text: '放弃未保存的修改？', icon: 'question',
+    buttons: [{ answer: 6 }, { answer: 7 }], default: 7, cancel: 7 });
+  return answer === 6;
+}
 
 const keyName = (e) => [e.ctrlKey && 'Ctrl', e.altKey && 'Alt', e.shiftKey && 'Shift', e.key.length === 1 ? e.key.toLowerCase() : e.key]
   .filter(Boolean).join('+');
@@ -56,33 +69,63 @@ export class FormWindow {
     this.body = el('div', { class: 'window-body' }, this.left, this.splitter, this.detail.node);
     this.statusText = el('span', { class: 'status-text' });
     this.stateText = el('span', { class: 'status-state' });
-    this.status = el('div', { class: 'status', role: 'status' }, this.statusText, this.stateText);
+    // A refusal or failure of the form stays here, in red, until the next action.
+    this.refusal = el('span', { class: 'status-refusal', role: 'alert' });
+    this.status = el('div', { class: 'status', role: 'status' }, this.statusText, this.refusal, this.stateText);
+    this.findText = ''; // the text of the last search, for "未找到"
+    this.lastInput = null;
     this.page = el('section', { class: 'page window', 'data-window': this.id, 'data-class': this.cls },
       this.toolbar, this.body, this.status);
     this.setupSplitter();
   }
 
+  // The bar is the form's own: its mouse moves go to the form's splitter (in twips from the bar's
+  // left edge), and the tree takes the width the form answers.
   setupSplitter() {
     this.splitter.addEventListener('mousedown', (e) => {
+      const layout = this.view?.layout;
+      if (!layout || e.button !== 0) return;
       e.preventDefault();
-      const start = e.clientX;
-      const width = this.left.offsetWidth;
-      const move = (m) => { this.left.style.width = `${Math.max(120, Math.min(width + m.clientX - start, this.body.clientWidth - 240))}px`; };
-      const up = () => { document.removeEventListener('mousemove', move); document.removeEventListener('mouseup', up); this.treePane?.draw(); };
+      const split = (phase, m) => this.send({ kind: 'split', control: layout.bar, phase,
+        x: Math.round((m.clientX - this.splitter.getBoundingClientRect().left) * TWIPS) }, { keep: true });
+      split('down', e);
+      let last = e;
+      const move = (m) => { last = m; if (this.queue.length === 0) split('move', m); };
+      const up = (m) => {
+        document.removeEventListener('mousemove', move);
+        document.removeEventListener('mouseup', up);
+        split('move', last);
+        split('up', m).then(() => this.treePane?.draw());
+      };
       document.addEventListener('mousemove', move);
       document.addEventListener('mouseup', up);
     });
+  }
+
+  // Tells the form the window's inner size, so that it lays out its tree, bar and frame.
+  sendSize() {
+    const w = this.body.clientWidth, h = this.body.clientHeight;
+    if (!w || !h || this.closed || !this.view?.layout) return;
+    this.send({ kind: 'resize', width: w * TWIPS, height: h * TWIPS, treeWidth: TREE_WIDTH * TWIPS }, { keep: true });
+  }
+
+  layout(l) {
+    this.splitter.hidden = !l;
+    if (!l) return;
+    this.left.hidden = !l.visible1;
+    if (l.visible1 && l.treeWidth > 0) this.left.style.width = `${Math.max(40, Math.round(l.treeWidth / TWIPS))}px`;
   }
 
   rows() { return this.treePane ? this.treePane.wanted() : [0, 100]; }
 
   // ---- requests ----
 
-  send(action) {
+  // Gives the result of the action's reply. Each action but the layout's own ends the refusal shown.
+  send(action, { keep = false } = {}) {
     if (this.closed) return Promise.resolve();
-    return this.push(async (seq) => {
-      await this.handle(...await this.call('POST', `/api/windows/${this.id}/action`, { ...action, version: this.version, rows: this.rows() }, seq));
-    });
+    if (!keep) this.refusal.textContent = '';
+    return this.push(async (seq) => this.handle(...await this.call('POST', `/api/windows/${this.id}/action`,
+      { ...action, version: this.version, rows: this.rows() }, seq)));
   }
 
   // Queues a job with its number, so that a reply to a request queued before the user moved the
@@ -98,9 +141,32 @@ export class FormWindow {
 
   viewUrl() { return `/api/windows/${this.id}?first=${this.rows()[0]}&count=${this.rows()[1]}`; }
 
-  command(cmd) {
-    if (!this.view || !this.view.toolbar[cmd] || isOpen()) return;
-    this.send({ kind: 'command', command: cmd });
+  async command(cmd) {
+    if (!this.view || isOpen()) return;
+    if (cmd === 'SaveNew') return this.saveNew();
+    if (!this.view.toolbar[cmd]) return;
+    if (DISCARDS.includes(cmd) && this.view.dirty && !await askDiscard()) return;
+    const before = this.selectedKey();
+    const result = await this.send({ kind: 'command', command: cmd });
+    // A find that moved nowhere says so.
+    if ((cmd === 'Find' || cmd === 'FindNext') && this.findText && this.selectedKey() === before) {
+      this.statusText.textContent = `未找到「${this.findText}」`;
+    }
+    return result;
+  }
+
+  // Saves; when the save succeeds, the next new record starts with the caret in its first field.
+  async saveNew() {
+    if (!this.view.toolbar.FileSave) return;
+    if (await this.send({ kind: 'command', command: 'FileSave' }) !== true) return;
+    if (!this.view.toolbar.FileNew) return;
+    await this.send({ kind: 'command', command: 'FileNew' });
+    if (!this.view.focus || !this.detail.focus(this.view.focus)) this.detail.focusEdge(1);
+  }
+
+  selectedKey() {
+    const tree = this.view?.tree ? this.view.controls.find((c) => c.name === this.view.tree) : null;
+    return tree?.tree.selectedKey;
   }
 
   // Typing sends the whole text; texts typed while an earlier one is on its way are merged.
@@ -177,25 +243,36 @@ export class FormWindow {
     }
     this.page.classList.remove('busy');
     const errors = this.events(b.events || []);
+    if (errors.refused) b.refused = true;
     this.render(b, seq);
     for (const e of errors) await errorBox(e.title, e.text);
+    if (b.dialog?.kind !== 'color') endPicker();
     if (b.dialog) {
       const answer = await showDialog(b.dialog);
-      await this.handle(...await this.call('POST', `/api/windows/${this.id}/answer`, { dialog: b.dialog.id, answer, rows: this.rows() }, seq));
+      if (b.dialog.kind === 'input') this.findText = answer || '';
+      return this.handle(...await this.call('POST', `/api/windows/${this.id}/answer`, { dialog: b.dialog.id, answer, rows: this.rows() }, seq));
     }
+    // After a refusal or a box the caret goes to the field the form focused.
+    if ((errors.length || b.refused) && this.view?.focus && this.isActive()) this.detail.focus(this.view.focus);
+    return b.result;
   }
 
   // Message to the status line; ErrMessage by level: 1 and 9 to the journal, 2 and 4 a notice,
   // 8 and 9 an error box (given back, shown after drawing).
+  // Message to the status line; ErrMessage by level: 1 and 9 to the journal, every refusal and
+  // failure (2, 4, 8, 9) in red beside the status line, 8 and 9 also as an error box (given back,
+  // shown after drawing).
   events(list) {
     const errors = [];
     for (const e of list) {
       if (e.event === 'Message') this.statusText.textContent = e.text;
       if (e.event !== 'ErrMessage') continue;
       if (e.level === 1 || e.level === 9) this.app.journal.add({ form: this.cls, title: e.title, text: e.text, level: e.level });
-      if (e.level === 2 || e.level === 4) this.app.notice(e.text, e.title);
+      if (e.level !== 1) {
+        this.refusal.textContent = e.text;
+        errors.refused = true;
+      }
       if (e.level === 8 || e.level === 9) errors.push(e);
-      if (![1, 2, 4, 8, 9].includes(e.level)) this.app.notice(e.text, e.title);
     }
     return errors;
   }
@@ -204,9 +281,12 @@ export class FormWindow {
     const view = b.view;
     if (!view) return;
     this.version = b.version;
+    const hadLayout = Boolean(this.view?.layout);
     this.view = view;
     const editing = view.toolbar.FileSave;
-    for (const [cmd, button] of Object.entries(this.buttons)) button.disabled = !view.toolbar[cmd];
+    for (const [cmd, button] of Object.entries(this.buttons)) button.disabled = !(cmd === 'SaveNew' ? view.toolbar.FileSave : view.toolbar[cmd]);
+    this.tab?.classList.toggle('dirty', Boolean(view.dirty));
+    this.layout(view.layout);
     this.renderTools(view.tools || []);
     this.stateText.textContent = editing ? '编辑' : '浏览';
     if (view.status !== undefined && !this.page.classList.contains('busy')) this.statusText.textContent = view.status;
@@ -227,6 +307,7 @@ export class FormWindow {
     }
     const active = document.activeElement;
     if (this.isActive() && !isOpen() && (!active || active === document.body || active.disabled)) this.focusTree();
+    if (!hadLayout && view.layout) setTimeout(() => this.sendSize());
   }
 
   // A tool of the form's own is a toggle button: pressed while it is on.

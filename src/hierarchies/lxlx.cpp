@@ -32,6 +32,7 @@ lxlx::lxlx(view::Platform& platform) : CodedHierarchy("lxlx", platform) {
     auto* o = m_Controls.Add<view::OptionButton>("Opt", i, captions[i]);
     o->Click = [this] { m_IsDirty = true; };
     Opt.Set(i, o);
+    SetColumnCaption(*o, "属性");
   }
   Opt(0).SetValue(true);
   m_IdLabel = &lbl(2);

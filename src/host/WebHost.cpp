@@ -18,6 +18,7 @@
 #include "base/Text.h"
 #include "db/Connection.h"
 #include "host/AllForms.h"
+#include "host/FormGroups.h"
 #include "host/Journal.h"
 
 namespace kmd::host {
@@ -210,9 +211,13 @@ WebReply WebHost::Handle(const WebRequest& request) {
   if (parts.size() == 2 && parts[1] == "info" && m == "GET")
     return {200, {{"user", m_Options.user.Name}, {"database", m_Options.database}}};
   if (parts.size() == 2 && parts[1] == "forms" && m == "GET") {
+    // In the order of the subsystems, each form under its subsystem's group.
+    std::vector<std::pair<FormGroupOf, const FormRegistry::Entry*>> listed;
+    for (const auto& e : m_Forms.Entries()) listed.emplace_back(FormGroup(e.className, e.subsystem), &e);
+    std::stable_sort(listed.begin(), listed.end(), [](const auto& a, const auto& b) { return a.first.order < b.first.order; });
     json forms = json::array();
-    for (const auto& e : m_Forms.Entries())
-      forms.push_back({{"class", e.className}, {"title", e.title}, {"subsystem", e.subsystem}});
+    for (const auto& [group, e] : listed)
+      forms.push_back({{"class", e->className}, {"title", e->title}, {"subsystem", group.name}});
     return {200, {{"forms", forms}}};
   }
   if (parts.size() == 2 && parts[1] == "journal" && m == "GET") return Journal(request);

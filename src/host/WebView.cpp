@@ -4,6 +4,7 @@
 #include <map>
 
 #include "base/Text.h"
+#include "tree/Splitter.h"
 #include "view/Grid.h"
 #include "view/ListView.h"
 #include "view/TreeView.h"
@@ -13,10 +14,6 @@ namespace kmd::host {
 
 using nlohmann::json;
 
-namespace {
-
-// "#RRGGBB" of a colour number (BBGGRR in its bytes); a system colour (negative) shows as the
-// grey of a button face.
 std::string CssColour(int32_t colour) {
   if (colour < 0) return "#f0f0f0";
   static const char* hex = "0123456789abcdef";
@@ -29,6 +26,8 @@ std::string CssColour(int32_t colour) {
   }
   return s;
 }
+
+namespace {
 
 int Depth(const view::NodePtr& node) {
   int depth = 0;
@@ -113,29 +112,24 @@ json ControlModel(view::Control& c, const RowRange& rows) {
   return m;
 }
 
-bool IsField(const view::Control& c) {
-  return dynamic_cast<const view::TextField*>(&c) || dynamic_cast<const view::TextBox*>(&c) ||
-         dynamic_cast<const view::ComboBox*>(&c) || dynamic_cast<const view::CheckBox*>(&c);
+// The commands of the toolbar by their contract names, as the form's state allows them. Refresh
+// stays offered while editing: the page asks before it throws typing away.
+json Toolbar(Form& form) {
+  CommandStates s = form.Commands();
+  return {{"FileNew", s.New},         {"FileNewNext", s.NewChild},  {"FileEdit", s.Edit},
+          {"FileDelete", s.Delete},   {"FileSave", s.Save},         {"FileCancel", s.Cancel},
+          {"Find", s.Find},           {"FindNext", s.FindNext},     {"RecordPrevious", s.Previous},
+          {"RecordNext", s.Next},     {"PrintPreview", s.Print},    {"Refresh", true}};
 }
 
-// The edit state as the fields and the tree tell it: Browse allows the record commands, New and
-// Edit only saving and cancelling.
-json Toolbar(FormGuard& form) {
-  bool editing = false;
-  if (auto* tree = form.Inner().Tree()) {
-    editing = !tree->Enabled();
-  } else {
-    for (const auto& c : form.Controls())
-      if (IsField(*c) && c->Enabled()) editing = true;
-  }
-  json t;
-  for (const char* browse : {"FileNew", "FileEdit", "FileDelete", "Find", "FindNext", "Refresh", "RecordPrevious",
-                             "RecordNext", "PrintPreview"})
-    t[browse] = !editing;
-  for (const char* edit : {"FileSave", "FileCancel"}) t[edit] = editing;
-  // A further record (a child in a coded tree) may be started from either state.
-  t["FileNewNext"] = true;
-  return t;
+// Where the tree, the bar and the detail frame stand, in twips, and which sides the bar shows.
+json Layout(Form& form) {
+  auto* bar = form.Bar();
+  auto* tree = form.Tree();
+  if (!bar || !tree) return nullptr;
+  return {{"bar", bar->DisplayName()}, {"left", bar->Left()},          {"width", bar->Width()},
+          {"treeWidth", tree->Width()}, {"minLeft", bar->MinLeft},     {"minRight", bar->MinRight},
+          {"visible1", bar->ControlVisible1()}, {"visible2", bar->ControlVisible2()}};
 }
 
 }  // namespace
@@ -154,15 +148,24 @@ json ToolsModel(FormGuard& form) {
 }  // namespace
 
 json ViewModel(FormGuard& form, const RowRange& rows) {
+  Form& inner = form.Inner();
   json controls = json::array();
-  for (const auto& c : form.Controls()) controls.push_back(ControlModel(*c, rows));
-  auto* tree = form.Inner().Tree();
+  for (const auto& c : form.Controls()) {
+    json m = ControlModel(*c, rows);
+    // The column a control shows captions it where the form gives it no label of its own.
+    if (std::string column = inner.ColumnCaption(*c); !column.empty()) m["column"] = column;
+    if (auto* prefix = inner.PrefixOf(*c)) m["prefix"] = prefix->DisplayName();
+    controls.push_back(std::move(m));
+  }
+  auto* tree = inner.Tree();
   auto* focused = form.Controls().Focused();
   return {{"controls", controls},
           {"tree", tree ? json(tree->DisplayName()) : json()},
           {"focus", focused && focused->HasFocus() ? json(focused->DisplayName()) : json()},
-          {"toolbar", Toolbar(form)},
-          {"tools", ToolsModel(form)}};
+          {"toolbar", Toolbar(inner)},
+          {"tools", ToolsModel(form)},
+          {"dirty", inner.HoldsTyping()},
+          {"layout", Layout(inner)}};
 }
 
 namespace {
@@ -257,6 +260,22 @@ json PerformAction(FormGuard& form, const json& action) {
   std::string kind = Text(action, "kind");
   if (kind == "command") return RunCommand(form, Text(action, "command"));
   if (kind == "tool") return RunTool(form, Text(action, "key"));
+  if (kind == "resize") {
+    // The window's inner size in twips: the form lays out its tree, bar and frame.
+    int width = action.value("width", 0), height = action.value("height", 0);
+    if (width <= 0 || height <= 0) Refuse(400, "a size needs a positive \"width\" and \"height\"");
+    int treeWidth = action.value("treeWidth", 0);
+    form.Run([&] {
+      Form& inner = form.Inner();
+      // A tree the form gave no width takes the page's, and the bar stands beside it.
+      if (auto* tree = inner.Tree(); tree && tree->Width() <= 0 && treeWidth > 0) {
+        tree->SetWidth(treeWidth);
+        if (auto* bar = inner.Bar()) bar->SetLeft(tree->Left() + treeWidth + 10);
+      }
+      inner.Resize(width, height);
+    });
+    return json::object();
+  }
 
   auto& c = ControlOf(form, action);
   if (kind == "focus") {
@@ -290,6 +309,13 @@ json PerformAction(FormGuard& form, const json& action) {
     } else {
       Refuse(400, "cannot click " + c.DisplayName());
     }
+  } else if (kind == "key") {
+    auto& f = Expect<view::TextField>(c, "press a key in");
+    static const std::map<std::string, int> codes = {
+        {"Enter", view::vbKeyReturn}, {"Up", view::vbKeyUp}, {"Down", view::vbKeyDown}};
+    auto code = codes.find(Text(action, "key"));
+    if (code == codes.end()) Refuse(400, "the key is none of Enter, Up and Down");
+    form.Run([&] { f.UserKey(code->second); });
   } else if (kind == "pick" && dynamic_cast<view::ListView*>(&c)) {
     auto& list = dynamic_cast<view::ListView&>(c);
     auto it = action.find("index");
@@ -302,6 +328,24 @@ json PerformAction(FormGuard& form, const json& action) {
     auto node = NodeOf(tree, action);
     if (kind == "pick") form.Run([&] { tree.UserClick(node); });
     else form.Run([&] { node->SetExpanded(kind == "expand", true); });
+  } else if (kind == "split") {
+    // The mouse on the bar: "down", "move" or "up", x in twips from the bar's left edge. Let go
+    // left of the bar's least left, it hides the tree; a drag away from the edge shows it again.
+    auto& bar = Expect<Splitter>(c, kind);
+    std::string phase = Text(action, "phase");
+    float x = action.value("x", 0.0f);
+    form.Run([&] {
+      if (phase == "down") {
+        bar.UserMouseDown(1, x);
+      } else if (phase == "move") {
+        if (!bar.ControlVisible1() && bar.Left() + x >= bar.MinLeft) bar.SetControlVisible1(true);
+        bar.UserMouseMove(1, x);
+      } else if (phase == "up") {
+        bool hide = bar.IsMoving() && bar.Left() + x < bar.MinLeft && bar.ControlVisible1();
+        bar.UserMouseUp(1, x);
+        if (hide) bar.SetControlVisible1(false);
+      }
+    });
   } else if (kind == "seek") {
     auto& tree = Expect<view::TreeView>(c, kind);
     if (auto node = Seek(tree, Text(action, "text"))) form.Run([&] { tree.UserClick(node); });
@@ -309,13 +353,6 @@ json PerformAction(FormGuard& form, const json& action) {
     Refuse(400, "unknown action " + kind);
   }
   return json::object();
-  } else if (kind == "key") {
-    auto& f = Expect<view::TextField>(c, "press a key in");
-    static const std::map<std::string, int> codes = {
-        {"Enter", view::vbKeyReturn}, {"Up", view::vbKeyUp}, {"Down", view::vbKeyDown}};
-    auto code = codes.find(Text(action, "key"));
-    if (code == codes.end()) Refuse(400, "the key is none of Enter, Up and Down");
-    form.Run([&] { f.UserKey(code->second); });
 }
 
 }  // namespace kmd::host

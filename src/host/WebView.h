@@ -13,6 +13,10 @@ struct RowRange {
   static constexpr int kMaxCount = 2000;
 };
 
+// "#rrggbb" of a colour number (BBGGRR in its bytes); a system colour (negative) shows as the grey
+// of a button face.
+std::string CssColour(int32_t colour);
+
 // The view model of a form, which the page draws without knowing the form: every control in
 // declaration order with its type name, a kind ("text", "textbox", "label", "option", "check",
 // "combo", "date", "button", "picture", "tree", "list", "grid" or "other"), its state and its
@@ -25,12 +29,16 @@ nlohmann::json ViewModel(FormGuard& form, const RowRange& rows);
 //   {"kind": "leave" | "focus" | "browse" | "click", "control": ...}
 //   {"kind": "pick" | "expand" | "collapse", "control": "TV", "key": "k1"}   a tree node
 //   {"kind": "pick", "control": "LV", "index": 1}          a list row (1-based)
-//   {"kind": "seek", "control": "TV", "text": "K"}         type-ahead: next row starting so
-//   {"kind": "command", "command": "FileNew"}               an operation of the contract
-//   {"kind": "tool", "key": "autobm"}                        a form's own tool (IFormToolUI)
-// Gives {"result": ...} for a command, {} for other actions. Throws ActionError for an action
 //   {"kind": "key", "control": "qnT(0)", "key": "Enter"}    Enter, Up or Down in a text field
 //                                                           whose form hears its keys ("keys")
+//   {"kind": "seek", "control": "TV", "text": "K"}         type-ahead: next row starting so
+//   {"kind": "command", "command": "FileNew"}               an operation of the contract
+//   {"kind": "resize", "width": W, "height": H[, "treeWidth": T]}   the window's size in twips
+//                                                           (Form::Resize); T for a tree of no width
+//   {"kind": "split", "control": "Sp", "phase": "down" | "move" | "up", "x": X}   the mouse on the
+//                                                           form's splitter, X in twips from the bar
+//   {"kind": "tool", "key": "autobm"}                        a form's own tool (IFormToolUI)
+// Gives {"result": ...} for a command, {} for other actions. Throws ActionError for an action
 // that names no control, a control of another kind, a locked control or an unknown command,
 // before anything is changed.
 struct ActionError {

@@ -5,6 +5,7 @@
 #include <map>
 
 #include "base/Text.h"
+#include "colour/frmMain.h"
 #include "db/Connection.h"
 #include "files/mShellExecute.h"
 #include "host/Journal.h"
@@ -90,9 +91,12 @@ std::string CheckAnswer(const json& dialog, const json& answer) {
   if (kind == "input") return answer.is_null() || answer.is_string() ? "" : "an input box takes a text or null";
   if (kind == "color") {
     if (answer.is_null()) return "";
+    if (answer.is_object() && answer.contains("control") && answer["control"].is_string() && answer.contains("kind") &&
+        answer["kind"].is_string())
+      return "";
     std::string s = answer.is_string() ? answer.get<std::string>() : "";
     bool ok = s.size() == 7 && s[0] == '#' && s.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
-    return ok ? "" : "a colour is #RRGGBB or null";
+    return ok ? "" : "a colour is #RRGGBB, an action on the picker or null";
   }
   if (kind == "browse") {
     if (answer.is_null()) return "";
@@ -306,19 +310,76 @@ std::string WebWindow::InputBox(const std::string& prompt, const std::string& ti
   return answer.is_string() ? answer.get<std::string>() : "";
 }
 
+namespace {
+
+// The picker as the page draws it: the current colour, the seven boxes, the picked point, the
+// brightness strip and, with `withMap`, the map (six hex digits a cell, row by row).
+json PickerModel(frmMain& d, bool withMap) {
+  json boxes = json::object();
+  for (auto* box : {d.txtHue, d.txtSat, d.txtBri, d.txtRed, d.txtGreen, d.txtBlue, d.txtHex})
+    boxes[box->Name()] = box->Text();
+  json strip = json::array();
+  for (int32_t c : d.Strip()) strip.push_back(CssColour(c));
+  json m = {{"kind", "color"},    {"title", d.Caption()}, {"color", CssColour(d.lblCurrColor->BackColor)},
+            {"boxes", boxes},     {"strip", strip},       {"size", frmMain::kMapSize},
+            {"selector", {{"x", d.selector->Left}, {"y", d.selector->Top}, {"visible", d.selector->Visible()}}}};
+  if (withMap) {
+    std::string map;
+    map.reserve(static_cast<size_t>(frmMain::kMapSize) * frmMain::kMapSize * 6);
+    for (int y = 0; y < frmMain::kMapSize; ++y)
+      for (int x = 0; x < frmMain::kMapSize; ++x) map += CssColour(d.MapColor(x, y)).substr(1);
+    m["map"] = std::move(map);
+  }
+  return m;
+}
+
+// One action of the page on the picker: a click on the map, the strip or a button, typing into a
+// box, entering or leaving it. An action on no control of the picker does nothing.
+void ActOnPicker(frmMain& d, const json& a) {
+  auto* c = d.Controls().FindByDisplayName(a["control"].get<std::string>());
+  if (!c) return;
+  const std::string kind = a["kind"].get<std::string>();
+  try {
+    if (auto* box = dynamic_cast<view::TextBox*>(c)) {
+      if (kind == "type") box->UserType(a.value("text", ""));
+      else if (kind == "focus") box->UserEnter();
+      else if (kind == "leave") box->UserLeave();
+    } else if (auto* picture = dynamic_cast<view::PictureBox*>(c); picture && kind == "click") {
+      picture->UserClick(a.value("x", 0), a.value("y", 0));
+    } else if (auto* button = dynamic_cast<view::Button*>(c); button && kind == "click") {
+      button->UserClick();
+    }
+  } catch (const RuntimeError&) {
+    // Text that cannot be stored is not taken; the box keeps what it had.
+  }
+}
+
+}  // namespace
+
+// The picker dialog runs here, on the window's thread; each action of the page is an answer, and
+// the dialog is asked again with the picker as it now stands until OK or Cancel closes it. An
+// answer "#RRGGBB" types the hex box and takes OK at once.
 bool WebWindow::ChooseColor(const std::string& title, int32_t& color) {
-  auto hex2 = [](uint32_t byte) {
-    static const char* digits = "0123456789abcdef";
-    return std::string{digits[byte >> 4 & 0xF], digits[byte & 0xF]};
-  };
-  auto u = static_cast<uint32_t>(color);
-  std::string start = color < 0 ? "#000000" : "#" + hex2(u & 0xFF) + hex2(u >> 8 & 0xFF) + hex2(u >> 16 & 0xFF);
-  json answer = Ask({{"kind", "color"}, {"title", title}, {"color", start}});
-  if (!answer.is_string()) return false;
-  uint32_t rgb = std::stoul(answer.get<std::string>().substr(1), nullptr, 16);
-  // The colour number keeps red in its low byte.
-  color = static_cast<int32_t>((rgb >> 16 & 0xFF) | (rgb & 0xFF00) | (rgb & 0xFF) << 16);
-  return true;
+  PickerCall call{title, color, color};
+  frmMain dialog(call);
+  bool ok = false, first = true;
+  while (dialog.Loaded()) {
+    json answer = Ask(PickerModel(dialog, first));
+    first = false;
+    if (answer.is_null()) {
+      dialog.cmdCancel->UserClick();
+    } else if (answer.is_string()) {
+      ActOnPicker(dialog, {{"control", "txtHex"}, {"kind", "type"}, {"text", answer.get<std::string>().substr(1)}});
+      ActOnPicker(dialog, {{"control", "txtHex"}, {"kind", "leave"}});
+      dialog.cmdOK->UserClick();
+      ok = true;
+    } else {
+      ok = answer["control"] == "cmdOK" && answer["kind"] == "click";
+      ActOnPicker(dialog, answer);
+    }
+  }
+  if (ok) color = call.resultColour;
+  return ok;
 }
 
 bool WebWindow::ChooseFile(view::FileChoice& choice) {

@@ -67,6 +67,7 @@ export async function settled(page) {
 }
 
 export async function openForm(page, cls) {
+  await page.click('#tab-home');
   await page.fill('#filter', cls.toLowerCase());
   await page.press('#filter', 'Enter');
   await page.waitForSelector(`.page.window.active[data-class="${cls}"] .tree-row`);

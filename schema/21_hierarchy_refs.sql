@@ -44,23 +44,52 @@ INSERT INTO kmdcplb (类别ID, 类别编码, 类别名称, 是否明细, 级次,
   (9, '0901', '外购件', 1, 2, '上级编码不存在', '1201', 0, 0, 0);
 
 -- Products: steel (two items) and plastics sit in leaves with siblings, the phones in the only
--- child of finished goods.
+-- child of finished goods. The catalogue's schema (55_catalogue.sql) adds more of them.
 CREATE TABLE KMDCPML (
   产品ID INTEGER PRIMARY KEY,
-  物品编码 TEXT,
-  物品名称 TEXT,
-  产品类别ID INTEGER
+  物品编码 TEXT DEFAULT '',
+  物品名称 TEXT DEFAULT '',
+  产品类别ID INTEGER,
+  规格 TEXT DEFAULT '',
+  助忆词 TEXT DEFAULT '',
+  物品产地 TEXT DEFAULT '',
+  条形码 TEXT DEFAULT '',
+  颜色 TEXT DEFAULT '',
+  特性 TEXT DEFAULT '',
+  尺寸 TEXT DEFAULT '',
+  图号 TEXT DEFAULT '',
+  物品说明 TEXT DEFAULT '',
+  短缺限额 REAL NOT NULL DEFAULT 0,
+  超储限额 REAL NOT NULL DEFAULT 0,
+  参考进价 REAL NOT NULL DEFAULT 0,
+  参考零售价 REAL NOT NULL DEFAULT 0,
+  参考税额 REAL NOT NULL DEFAULT 0,
+  参考批发价 REAL NOT NULL DEFAULT 0,
+  损耗率 REAL NOT NULL DEFAULT 0,
+  保质期 REAL NOT NULL DEFAULT 0,
+  缺省货位 TEXT DEFAULT '',
+  换算比例 REAL NOT NULL DEFAULT 0,
+  是否使用 INTEGER NOT NULL DEFAULT 1,
+  是否需批次管理 INTEGER NOT NULL DEFAULT 0,
+  ABC码 TEXT DEFAULT '',
+  库存单位 TEXT DEFAULT '',
+  重量单位 TEXT DEFAULT '',
+  工艺路线ID INTEGER NOT NULL DEFAULT 0,
+  主往来ID INTEGER NOT NULL DEFAULT 0,
+  采购提前期 REAL NOT NULL DEFAULT 0,
+  来源ID INTEGER NOT NULL DEFAULT 0,
+  是否需单件管理 INTEGER NOT NULL DEFAULT 0,
+  订货批量 REAL NOT NULL DEFAULT 0,
+  是否需保质期管理 INTEGER NOT NULL DEFAULT 0
 );
-INSERT INTO KMDCPML (产品ID, 物品编码, 物品名称, 产品类别ID) VALUES
-  (1, 'A001', '钢板', 3),
-  (2, 'A002', '钢管', 3),
-  (3, 'B001', 'PVC粒子', 5),
-  (4, 'C001', '手机', 7);
-
--- A product with its category's id, code and name.
-CREATE VIEW vtKMDCPML AS
-  SELECT p.*, c.类别ID AS 类别ID, c.类别编码 AS 类别编码, c.类别名称 AS 产品类别
-  FROM KMDCPML p LEFT JOIN kmdcplb c ON c.类别ID = p.产品类别ID;
+CREATE INDEX KMDCPML_类别编码 ON KMDCPML (产品类别ID, 物品编码);
+CREATE INDEX KMDCPML_编码 ON KMDCPML (物品编码);
+CREATE INDEX KMDCPML_名称 ON KMDCPML (物品名称);
+INSERT INTO KMDCPML (产品ID, 物品编码, 物品名称, 产品类别ID, 规格, 库存单位, 参考进价, ABC码) VALUES
+  (1, 'A001', '钢板', 3, '2mm', '千克', 5.2, 'A'),
+  (2, 'A002', '钢管', 3, 'DN50', '米', 18, 'B'),
+  (3, 'B001', 'PVC粒子', 5, '', '千克', 9.5, 'C'),
+  (4, 'C001', '手机', 7, 'X1', '个', 800, 'A');
 
 -- Business partners; 类型ID is the contact type (kmdlxlx), 属性 1 supplier, 2 customer.
 CREATE TABLE KMDWLDW (
@@ -86,17 +115,22 @@ CREATE VIEW vtKMDWLDW AS
   SELECT w.*, t.编码 AS 类型编码
   FROM KMDWLDW w LEFT JOIN kmdlxlx t ON t.联系类型ID = w.类型ID;
 
--- Process operations, filed under process categories (KMDSRLB).
+-- Process operations, filed under process categories (KMDSRLB); 类别ID 0 files one under the
+-- root. 车间ID is the workshop (kmdbm). More operations are in 60_process.sql.
 CREATE TABLE KMDsr (
   工艺ID INTEGER PRIMARY KEY,
   编号 TEXT,
+  简称 TEXT,
   工艺名称 TEXT,
+  工艺性质 TEXT,
+  工时类型 TEXT,
   车间ID INTEGER,
+  备注 TEXT,
   类别ID INTEGER
 );
-INSERT INTO KMDsr (工艺ID, 编号, 工艺名称, 车间ID, 类别ID) VALUES
-  (1, 'GX01', '粗车外圆', 10, 3),
-  (2, 'GX02', '整机装配', 10, 7);
+INSERT INTO KMDsr (工艺ID, 编号, 简称, 工艺名称, 工艺性质, 工时类型, 车间ID, 备注, 类别ID) VALUES
+  (1, 'GX01', '粗车', '粗车外圆', '加工', '计件', 10, '', 3),
+  (2, 'GX02', '总装', '整机装配', '装配', '计时', 10, '', 7);
 
 -- Company organisation; 组织类型 1 management, 2 warehouse, 3 workshop, 4 other. The unit 0203
 -- has no kind.

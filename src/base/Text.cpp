@@ -90,6 +90,33 @@ bool IsNumeric(std::string_view s) {
 
 double RoundHalfEven(double v) { return std::nearbyint(v); }
 
+double NumericValue(std::string_view s) {
+  size_t i = 0;
+  while (i < s.size() && (s[i] == ' ' || s[i] == '\t')) ++i;
+  size_t start = i;
+  auto digits = [&] {
+    size_t from = i;
+    while (i < s.size() && s[i] >= '0' && s[i] <= '9') ++i;
+    return i > from;
+  };
+  if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
+  bool any = digits();
+  if (i < s.size() && s[i] == '.') {
+    size_t dot = i++;
+    if (!digits()) i = dot;
+    else any = true;
+  }
+  if (!any) return 0;
+  size_t end = i;
+  if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
+    ++i;
+    if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
+    if (digits()) end = i;
+  }
+  double v = std::strtod(std::string(s.substr(start, end - start)).c_str(), nullptr);
+  return std::isfinite(v) ? v : 0;
+}
+
 std::string FormatNumber(double v) {
   if (std::isfinite(v) && v == std::floor(v) && std::fabs(v) < 1e15) {
     char buf[32];

@@ -17,6 +17,11 @@ std::string RTrim(std::string_view s);
 // sign, decimal point and exponent, or &H/&O prefixes; no number reads 0.
 double Val(std::string_view s);
 
+// The numeric value of a text as a field's number is read: leading blanks skipped, then an optional
+// sign, digits, an optional "." with digits and an optional exponent, up to the first other
+// character. Nothing read is 0.
+double NumericValue(std::string_view s);
+
 // True when the whole trimmed text is a number (IsNumeric).
 bool IsNumeric(std::string_view s);
 

@@ -1,5 +1,7 @@
 #include "dictionaries/FlatDictionary.h"
 
+#include <cmath>
+
 #include "base/RuntimeError.h"
 #include "base/Text.h"
 
@@ -17,9 +19,9 @@ void FlatDictionary::InitProperties() {
   SetRecordSource(m_RecordTable, m_IdColumn);
   m_Tv->Selected = [this](const NodePtr& node) { m_Tv_Selected(node); };
   SetEnabled(false);
+  if (m_IdLabel) SetColumnCaption(*m_IdLabel, m_IdColumn);
 }
 
-  if (m_IdLabel) SetColumnCaption(*m_IdLabel, m_IdColumn);
 view::TextField* FlatDictionary::AddField(int index, const std::string& caption) {
   auto* f = m_Controls.Add<view::TextField>(m_FieldArray, index, caption);
   f->Change = [this] { m_IsDirty = true; };
@@ -86,22 +88,7 @@ bool FlatDictionary::Refresh() {
     m_Tv->ClearTreeView();
     m_Tv->NodeAdd({}, -1, "ROOT", m_RootText);
     auto db = Database();
-    auto rs = db->CreateCommand(m_LoadSql, 1)->OpenRecordset();
-    std::string err = db->LastError().Description();
-    if (!err.empty()) {
-      RaiseErrMessage(m_LoadErrorPrefix + err, kFailure, m_Title);
-      return false;
-    }
-    while (!rs->Eof()) {
-      std::string id = text::Trim(Str(*rs, m_IdColumn));
-      std::string code = m_CodeColumn.empty() ? "" : Str(*rs, m_CodeColumn);
-      auto node = m_Tv->NodeAdd(NodeRef("ROOT"), view::tvwChild, "k" + id, NodeText(code, Str(*rs, m_NameColumn)),
-                                Value(1));
-      if (!node) throw RuntimeError("Object variable or With block variable not set");
-      node->Tag = Value(id);
-      rs->MoveNext();
-    }
-    rs->Close();
+    if (!LoadNodes(*db)) return false;
     Tree()->SetSelectedItem(Tree()->FindKey("ROOT"));
     m_Tv->ReSelectItem(nullptr);
     m_IsDirty = false;
@@ -112,6 +99,26 @@ bool FlatDictionary::Refresh() {
     RaiseErrMessage(std::string("刷新数据时出错：") + e.what(), kFailure, m_Title);
     return false;
   }
+}
+
+bool FlatDictionary::LoadNodes(db::IDatabase& db) {
+  auto rs = db.CreateCommand(m_LoadSql, 1)->OpenRecordset();
+  std::string err = db.LastError().Description();
+  if (!err.empty()) {
+    RaiseErrMessage(m_LoadErrorPrefix + err, kFailure, m_Title);
+    return false;
+  }
+  while (!rs->Eof()) {
+    std::string id = text::Trim(Str(*rs, m_IdColumn));
+    std::string code = m_CodeColumn.empty() ? "" : Str(*rs, m_CodeColumn);
+    auto node = m_Tv->NodeAdd(NodeRef("ROOT"), view::tvwChild, "k" + id, NodeText(code, Str(*rs, m_NameColumn)),
+                              Value(1));
+    if (!node) throw RuntimeError("Object variable or With block variable not set");
+    node->Tag = Value(id);
+    rs->MoveNext();
+  }
+  rs->Close();
+  return true;
 }
 
 void FlatDictionary::m_Tv_Selected(const NodePtr& node) {
@@ -157,7 +164,7 @@ void FlatDictionary::UpdateScreen(int32_t id) {
 
 void FlatDictionary::ShowNoRecord() {
   ClearFields();
-  if (m_IdLabel) m_IdLabel->SetCaption("");
+  if (m_IdLabel) m_IdLabel->SetCaption(m_MissingIdCaption);
   m_RecordMissing = true;
 }
 
@@ -167,8 +174,8 @@ void FlatDictionary::ShowRecord(db::Recordset& rs, int32_t) {
 
 bool FlatDictionary::IsCanSave() {
   try {
-    if (!m_CodeColumn.empty() && RefuseEmpty(qnT(0), m_EmptyCodeText)) return false;
-    if (RefuseEmpty(NameField(), m_EmptyNameText)) return false;
+    for (const auto& [field, text] : RequiredFields())
+      if (RefuseEmpty(*field, text)) return false;
     int32_t id = EditingId();
     for (const auto& check : SaveChecks(id <= 0, std::to_string(id))) {
       if (Taken(check.sql, check.byRow) == check.mustFind) continue;
@@ -182,17 +189,36 @@ bool FlatDictionary::IsCanSave() {
   }
 }
 
+std::vector<std::pair<view::TextField*, std::string>> FlatDictionary::RequiredFields() {
+  std::vector<std::pair<view::TextField*, std::string>> fields;
+  if (!m_CodeColumn.empty()) fields.emplace_back(&qnT(0), m_EmptyCodeText);
+  fields.emplace_back(&NameField(), m_EmptyNameText);
+  return fields;
+}
+
 std::vector<FlatDictionary::SaveCheck> FlatDictionary::SaveChecks(bool, const std::string&) { return {}; }
 
 bool FlatDictionary::IsSystemRecord(int32_t id) {
   auto rs = ReadRows(SystemRowSql(id));
-  bool system = Num(*rs, "是否系统") == 1;
+  bool system = IsSystemFlag(Num(*rs, "是否系统"));
   rs->Close();
   return system;
 }
 
+bool FlatDictionary::IsSystemFlag(double flag) const { return m_SystemByMagnitude ? std::abs(flag) == 1 : flag == 1; }
+
 bool FlatDictionary::IsCanDelete() {
   try {
+    if (!m_MissingRowRefusal.text.empty()) {
+      // The member's own words for a record that is not found.
+      auto rs = ReadRows(SystemRowSql(EditingId()));
+      bool found = !rs->Eof();
+      bool system = found && IsSystemFlag(Num(*rs, "是否系统"));
+      rs->Close();
+      if (!found) Refuse(m_MissingRowRefusal);
+      else if (system) RefuseSystemRow();
+      return found && !system;
+    }
     if (!IsSystemRecord(EditingId())) return true;
     RefuseSystemRow();
     return false;
@@ -248,12 +274,9 @@ bool FlatDictionary::FileSave() {
       return false;
     }
     if (insert) {
-      if (m_IdLabel) m_IdLabel->SetCaption(std::to_string(id));
-      std::string code = m_CodeColumn.empty() ? "" : qnT(0).Text();
-      auto node = m_Tv->NodeAdd(NodeRef("ROOT"), view::tvwChild, "k" + std::to_string(id),
-                                NodeText(code, NameField().Text()), Value(1));
+      ShowNewId(id);
+      auto node = AddNewNode(id);
       if (!node) throw RuntimeError("Object variable or With block variable not set");
-      node->Tag = Value(id);
       node->SetSelected(true);
       node->EnsureVisible();
     } else {
@@ -277,6 +300,18 @@ bool FlatDictionary::FileSave() {
   }
 }
 
+void FlatDictionary::ShowNewId(int32_t id) {
+  if (m_IdLabel) m_IdLabel->SetCaption(std::to_string(id));
+}
+
+NodePtr FlatDictionary::AddNewNode(int32_t id) {
+  std::string code = m_CodeColumn.empty() ? "" : qnT(0).Text();
+  auto node = m_Tv->NodeAdd(NodeRef("ROOT"), view::tvwChild, "k" + std::to_string(id),
+                            NodeText(code, NameField().Text()), Value(1));
+  if (node) node->Tag = Value(id);
+  return node;
+}
+
 NodePtr FlatDictionary::NodeToDelete() {
   if (!m_Tv->IsSelected()) {
     Refuse(m_NothingSelected);
@@ -293,13 +328,17 @@ NodePtr FlatDictionary::NodeToDelete() {
 bool FlatDictionary::FileDelete() {
   try {
     auto node = NodeToDelete();
-    if (!node || RefuseMissingRecord()) return false;
+    if (!node || (m_MissingRowRefusal.text.empty() && RefuseMissingRecord())) return false;
     if (!IsCanDelete()) return false;
     if (MsgBox("是否删除当前记录:" + node->Text, view::vbYesNo | view::vbQuestion, "提示:") == view::vbYes) {
       m_ID = m_ValueHelper->ToNumber(node->Tag).ToLong();
       auto db = Database();
       if (m_DeleteInTransaction) db->BeginTrans();
-      for (const auto& sql : DeleteSql()) db->CreateCommand(sql, 1)->Execute();
+      for (const auto& sql : DeleteSql()) {
+        db->CreateCommand(sql, 1)->Execute();
+        std::string err = m_DeleteChecksStatement ? db->LastError().Description() : "";
+        if (!err.empty()) throw RuntimeError(err);
+      }
       if (m_DeleteInTransaction) db->CommitTrans();
       std::string journal = DeleteJournal(node->Text);
       if (!journal.empty()) RaiseErrMessage(journal, kJournal, m_Title);

@@ -65,6 +65,16 @@ class FlatDictionary : public Form {
   Refusal m_SystemRowRefusal{Refusal::Report, "", 0, "提示：", kSelection};
   // Where set (text not empty), the generic IsCanEdit refuses a system row this way.
   Refusal m_EditSystemRowRefusal{Refusal::Box, "", view::vbInformation, "提示:", kSelection};
+  // Where set (text not empty), the generic IsCanDelete refuses a record it does not find this way
+  // (else that is a run-time error), and FileDelete leaves the missing record to it.
+  Refusal m_MissingRowRefusal{Refusal::Report, "", 0, "提示：", kFailure};
+  // 是否系统 marks a system row by its absolute value 1, so -1 as well.
+  bool m_SystemByMagnitude = false;
+  // A failed delete statement takes the error path: rolled back and reported with
+  // m_DeleteErrorText.
+  bool m_DeleteChecksStatement = false;
+  // The id label's caption when the selected node's record is not found.
+  std::string m_MissingIdCaption;
 
   // Controls every member has: qnT fields and, except where a form has none, the id label.
   view::ControlArray<view::TextField> qnT;
@@ -80,6 +90,16 @@ class FlatDictionary : public Form {
   };
 
   // ---- The member's routines. ----
+  // Adds the nodes below the root from the database; false after a reported failure. By default
+  // one node under "ROOT" per row of m_LoadSql.
+  virtual bool LoadNodes(db::IDatabase& db);
+  // The fields that must not be empty, each with its box, in order; by default the code (where
+  // the form has a code column) and the name with m_EmptyCodeText and m_EmptyNameText.
+  virtual std::vector<std::pair<view::TextField*, std::string>> RequiredFields();
+  // After an insert: shows the new id (the id label) and adds the record's node, by default under
+  // "ROOT"; null when the node could not be added.
+  virtual void ShowNewId(int32_t id);
+  virtual NodePtr AddNewNode(int32_t id);
   virtual std::string UpdateScreenSql(int32_t id) const = 0;
   // Fills the fields from the record (a row is there); by default the columns of AddColumnField.
   virtual void ShowRecord(db::Recordset& rs, int32_t id);
@@ -96,6 +116,8 @@ class FlatDictionary : public Form {
   virtual std::string SystemRowSql(int32_t /*id*/) const { return ""; }
   // 是否系统 of the record is 1; a missing record is a run-time error.
   virtual bool IsSystemRecord(int32_t id);
+  // A value of 是否系统 that marks a system row (1, or -1 as well with m_SystemByMagnitude).
+  bool IsSystemFlag(double flag) const;
   virtual void RefuseSystemRow() { Refuse(m_SystemRowRefusal); }
   // A rule that may refuse to open the selected record for editing: by default none, or a system
   // row where m_EditSystemRowRefusal is set.

@@ -19,6 +19,9 @@ enum JournalLevel : int32_t {
   kJournalFailure = 9  // a failure that is also journalled
 };
 
+// The application's title, which boxes and lines that name the application carry.
+inline constexpr const char* kAppTitle = "KMD_S";
+
 // The events a form raises to its host.
 class IFormEvents {
  public:

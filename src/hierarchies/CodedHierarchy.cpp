@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "frame/Settings.h"
+#include "hierarchies/CodeLevels.h"
 
 namespace kmd {
 
@@ -99,12 +100,7 @@ void CodedHierarchy::LoadRecord(db::Recordset& rs) {
   Value id = rs.Fields(m_IdColumn);
   if (m_LoadFillsGaps) {
     // Every level of the code gets a node; a missing one borrows this record's name and id.
-    int level = m_CodeRule->CodeLevel(code, m_Rule);
-    for (int l = 1; l <= level; ++l) {
-      std::string prefix = text::Left(code, static_cast<size_t>(m_CodeRule->LevelLength(l, m_Rule)));
-      if (Tree()->FindKey("k" + prefix)) continue;
-      AddRecordNode(NodeRef("k" + m_CodeRule->ParentCode(prefix, m_Rule)), prefix, name, id);
-    }
+    AddCodeLevels(*m_Tv, *m_CodeRule, m_Rule, code, name, id);
     return;
   }
   // A parent comes before its children by the load's order; a missing parent leaves it out.

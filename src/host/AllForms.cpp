@@ -1,10 +1,12 @@
 #include "host/AllForms.h"
 
+#include "catalogue/Forms.h"
 #include "colour/Forms.h"
 #include "currency/Forms.h"
 #include "dictionaries/Forms.h"
 #include "employees/Forms.h"
 #include "hierarchies/Forms.h"
+#include "process/Forms.h"
 
 namespace kmd::host {
 
@@ -14,8 +16,10 @@ const FormRegistry& AllForms() {
     RegisterDictionaryForms(r);
     RegisterHierarchyForms(r);
     RegisterEmployeeForms(r);
+    RegisterCatalogueForms(r);
     RegisterColourForms(r);
     RegisterCurrencyForms(r);
+    RegisterProcessForms(r);
     return r;
   }();
   return registry;

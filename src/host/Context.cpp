@@ -110,6 +110,7 @@ void FillReference(view::TextField& field, db::Recordset& rs) {
   Value held = ref.ValueColumn.empty() ? field.GetValue() : rs.Fields(ref.ValueColumn);
   field.SetText(shown.ToText());
   field.SetValue(held);
+  field.ErrorState = 0;
 }
 
 const char* const kStatementError = "数据库操作错误，原因：";
@@ -119,6 +120,7 @@ const char* const kStatementError = "数据库操作错误，原因：";
 void Context::RefuseLookup(view::TextField& field, const std::string& text, int style) {
   if (m_Platform) m_Platform->MsgBox(text, style, "提示：");
   field.SetValue(Value());
+  field.ErrorState = 1;
   field.SetFocus();
 }
 

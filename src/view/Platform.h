@@ -9,7 +9,7 @@ namespace kmd::view {
 // Message box buttons, icons and answers, with the values the suite uses.
 enum MsgBoxStyle : int {
   vbOKOnly = 0, vbOKCancel = 1, vbAbortRetryIgnore = 2, vbYesNoCancel = 3, vbYesNo = 4, vbRetryCancel = 5,
-  vbCritical = 16, vbQuestion = 32, vbExclamation = 48, vbInformation = 64,
+  vbCritical = 16, vbQuestion = 32, vbExclamation = 48, vbInformation = 64, vbDefaultButton2 = 256,
 };
 enum MsgBoxResult : int { vbOK = 1, vbCancel = 2, vbAbort = 3, vbRetry = 4, vbIgnore = 5, vbYes = 6, vbNo = 7 };
 

@@ -8,9 +8,10 @@ TextField::TextField(std::string name, int index, std::string caption)
     : Control("qnTxt_S", std::move(name), index), m_Caption(std::move(caption)) {}
 
 void TextField::UserType(const std::string& text) {
-  if (!Enabled()) return;
+  if (!Enabled() || Locked) return;
   if (!text::IsStorableText(text)) throw InputRefused();
   m_Text = text;
+  ErrorState = 0;
   if (Change) Change();
 }
 
@@ -24,7 +25,6 @@ void TextField::UserBrowse() {
   if (m_Reference.IsReference && BrowseRequest) BrowseRequest();
 }
 
-void TextBox::UserType(const std::string& text) {
 void TextField::UserKey(int keyCode) {
   if (!Enabled()) return;
   SetFocus();
@@ -33,6 +33,7 @@ void TextField::UserKey(int keyCode) {
   if (keyCode == vbKeyReturn && KeyPress) KeyPress(keyAscii);
 }
 
+void TextBox::UserType(const std::string& text) {
   if (!Enabled()) return;
   if (!text::IsStorableText(text)) throw InputRefused();
   m_Text = text;

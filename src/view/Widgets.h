@@ -55,29 +55,36 @@ class TextField : public Control {
   Reference& GetReference() { return m_Reference; }
   const Reference& GetReference() const { return m_Reference; }
   int MaxLength = 0;
+  // A locked field shows its text but takes no typing.
+  bool Locked = false;
+  // 1 while the field holds typed text that its lookup refused; 0 otherwise.
+  int ErrorState = 0;
+  // The field holds the focus.
+  bool IsActive() const { return HasFocus(); }
+  bool IsValid() const { return ErrorState == 0; }
 
   std::function<void()> Change;
   std::function<void()> CheckRequest;
   std::function<void()> BrowseRequest;
-
-  void UserType(const std::string& text);
-  void UserLeave();
-  void UserBrowse();
-  std::string ShownText() const override { return m_Text; }
-
- private:
   // The key's code and the state of Shift, Ctrl and Alt; the character of the key.
   std::function<void(int& keyCode, int shift)> KeyDown;
   std::function<void(int& keyAscii)> KeyPress;
   // True when the form listens to the field's keys.
   bool HandlesKeys() const { return KeyDown || KeyPress; }
+
+  void UserType(const std::string& text);
+  void UserLeave();
+  void UserBrowse();
+  // The user presses the key `keyCode` in the field, which takes the focus first: KeyDown, then
+  // KeyPress for Enter. A disabled field ignores it.
+  void UserKey(int keyCode);
+  std::string ShownText() const override { return m_Text; }
+
+ private:
   std::string m_Text;
   Value m_Value;
   std::string m_Caption;
   Reference m_Reference;
-  // The user presses the key `keyCode` in the field, which takes the focus first: KeyDown, then
-  // KeyPress for Enter. A disabled field ignores it.
-  void UserKey(int keyCode);
 };
 
 // A plain text box; Change comes from user input only. The user's typing raises Change, then
@@ -207,6 +214,14 @@ class Button : public Control {
 
  private:
   std::string m_Caption;
+};
+
+// An image control (Image): shows a picture; Stretch sizes it to the control.
+class Image : public Control {
+ public:
+  Image(std::string name, int index = -1) : Control("Image", std::move(name), index) {}
+  bool Stretch = false;
+  std::function<void()> DblClick;
 };
 
 // A button of a Toolbar. Index is its 1-based place, separators included; Value is true while a

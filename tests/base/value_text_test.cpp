@@ -38,6 +38,15 @@ TEST(Text, ValReadsTheLeadingNumberOnly) {
   EXPECT_EQ(text::Val("&HFFFF"), -1);
   EXPECT_EQ(text::Val("k12"), 0);
   EXPECT_EQ(text::Val("1e"), 1);
+  // A field's number stops at a blank, and is written back in its shortest form.
+  EXPECT_EQ(text::NumericValue(" 1 2"), 1);
+  EXPECT_EQ(text::NumericValue("-3.5e2x"), -350);
+  EXPECT_EQ(text::NumericValue("12.x"), 12);
+  EXPECT_EQ(text::NumericValue(".5"), 0.5);
+  EXPECT_EQ(text::NumericValue("&H10"), 0);
+  EXPECT_EQ(text::NumericValue("abc"), 0);
+  EXPECT_EQ(text::FormatNumber(text::NumericValue("0.1")), "0.1");
+  EXPECT_EQ(text::FormatNumber(text::NumericValue("100.0")), "100");
 }
 
 TEST(Text, CountsInUtf16UnitsAndUpperCasesLatinOnly) {

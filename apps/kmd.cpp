@@ -13,6 +13,7 @@
 #include "host/Context.h"
 #include "host/ScriptHost.h"
 #include "host/Setup.h"
+#include "apps/DemoCommands.h"
 #include "apps/HostStoreCommands.h"
 #include "apps/PackCommands.h"
 #include "apps/SettingCommands.h"
@@ -60,11 +61,13 @@ int main(int argc, char** argv) {
   kmd::apps::AddPackCommands(app);
   kmd::apps::AddSettingCommands(app);
   kmd::apps::AddHostStoreCommands(app);
+  kmd::apps::AddDemoCommands(app);
   kmd::apps::AddServeCommands(app, home, user);
   CLI11_PARSE(app, argc, argv);
   if (int packed = kmd::apps::RunPackCommands(); packed >= 0) return packed;
   if (int set = kmd::apps::RunSettingCommands(); set >= 0) return set;
   if (int stored = kmd::apps::RunHostStoreCommands(); stored >= 0) return stored;
+  if (int demo = kmd::apps::RunDemoCommands(); demo >= 0) return demo;
   if (int served = kmd::apps::RunServeCommands(); served >= 0) return served;
 
   try {

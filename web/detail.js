@@ -187,6 +187,7 @@ export class DetailPane {
           const prefix = c.prefix ? el('span', { class: 'label-prefix', 'data-prefix-of': c.name }) : null;
           this.updaters.set(c.name, (m) => {
             input.disabled = !m.enabled;
+            input.readOnly = !!m.locked;
             if (m.maxLength > 0) input.maxLength = m.maxLength;
             caption.textContent = plain(m.caption) || caption.textContent;
             this.setText(input, c.name, m.text);
@@ -246,6 +247,30 @@ export class DetailPane {
           label.hidden = !m.visible;
         });
         return label;
+      }
+      case 'bar': {
+        // A form's own toolbar of pages: check buttons pressed one at a time, with separators.
+        const bar = this.common(el('div', { class: 'form-bar', role: 'toolbar' }), c);
+        const buttons = new Map();
+        for (const b of c.buttons || []) {
+          if (b.separator) { bar.append(el('span', { class: 'form-bar-sep' })); continue; }
+          const button = el('button', { class: 'form-bar-button', text: b.caption.trim(), title: b.tip });
+          button.addEventListener('click', () => this.win.send({ kind: 'click', control: c.name, button: b.index }));
+          buttons.set(b.index, button);
+          bar.append(button);
+        }
+        this.updaters.set(c.name, (m) => {
+          bar.hidden = !m.visible;
+          for (const b of m.buttons || []) {
+            const button = buttons.get(b.index);
+            if (!button) continue;
+            button.classList.toggle('pressed', !!b.pressed);
+            button.setAttribute('aria-pressed', b.pressed ? 'true' : 'false');
+            button.disabled = !m.enabled || !b.enabled;
+            button.hidden = !b.visible;
+          }
+        });
+        return bar;
       }
       case 'button': {
         const button = this.common(el('button', { class: 'form-button', text: plain(c.caption) }), c);

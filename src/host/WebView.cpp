@@ -80,10 +80,10 @@ json GridModel(const view::Grid& grid) {
 
 json ControlModel(view::Control& c, const RowRange& rows) {
   json m = {{"name", c.DisplayName()}, {"type", c.TypeName()}, {"enabled", c.Enabled()},
-            {"visible", c.Visible()}, {"focus", c.HasFocus()}};
+            {"visible", c.Shown()}, {"focus", c.HasFocus()}};
   if (auto* f = dynamic_cast<view::TextField*>(&c)) {
     m.update({{"kind", "text"}, {"caption", f->Caption()}, {"text", f->Text()}, {"maxLength", f->MaxLength},
-              {"reference", f->GetReference().IsReference}, {"keys", f->HandlesKeys()}});
+              {"reference", f->GetReference().IsReference}, {"keys", f->HandlesKeys()}, {"locked", f->Locked}});
   } else if (auto* t = dynamic_cast<view::TextBox*>(&c)) {
     m.update({{"kind", "textbox"}, {"text", t->Text()}});
   } else if (auto* l = dynamic_cast<view::Label*>(&c)) {
@@ -100,6 +100,14 @@ json ControlModel(view::Control& c, const RowRange& rows) {
     m.update({{"kind", "button"}, {"caption", b->Caption()}});
   } else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) {
     m.update({{"kind", "picture"}, {"color", CssColour(p->BackColor)}});
+  } else if (auto* bar = dynamic_cast<view::Toolbar*>(&c)) {
+    json buttons = json::array();
+    for (int i = 1; i <= bar->Count(); ++i) {
+      const auto& b = bar->Button(i);
+      buttons.push_back({{"index", b.Index}, {"caption", b.Caption}, {"tip", b.ToolTipText}, {"pressed", b.Value},
+                         {"separator", b.Style == view::tbrSeparator}, {"enabled", b.Enabled}, {"visible", b.Visible}});
+    }
+    m.update({{"kind", "bar"}, {"buttons", buttons}});
   } else if (auto* tv = dynamic_cast<view::TreeView*>(&c)) {
     m.update({{"kind", "tree"}, {"tree", TreeModel(*tv, rows)}});
   } else if (auto* lv = dynamic_cast<view::ListView*>(&c)) {
@@ -194,7 +202,7 @@ T& Expect(view::Control& c, const std::string& kind) {
 
 // Typing, clicking and picking act only on a control the user can reach.
 void RequireEnabled(const view::Control& c) {
-  if (!c.Enabled() || !c.Visible()) Refuse(409, c.DisplayName() + " is locked");
+  if (!c.Enabled() || !c.Shown()) Refuse(409, c.DisplayName() + " is locked");
 }
 
 view::NodePtr NodeOf(view::TreeView& tree, const json& action) {
@@ -303,6 +311,11 @@ json PerformAction(FormGuard& form, const json& action) {
     if (auto* o = dynamic_cast<view::OptionButton*>(&c)) form.Run([&] { o->UserClick(); });
     else if (auto* ch = dynamic_cast<view::CheckBox*>(&c)) form.Run([&] { ch->UserClick(); });
     else if (auto* b = dynamic_cast<view::Button*>(&c)) form.Run([&] { b->UserClick(); });
+    else if (auto* bar = dynamic_cast<view::Toolbar*>(&c)) {
+      int index = action.value("button", 0);
+      if (index < 1 || index > bar->Count()) Refuse(404, c.DisplayName() + " has no button " + std::to_string(index));
+      form.Run([&] { bar->UserClick(index); });
+    }
     else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) {
       int x = action.value("x", 0), y = action.value("y", 0);
       form.Run([&] { p->UserClick(x, y); });

@@ -151,10 +151,11 @@ class Form : public IFormUI, public IDesignUI {
   // The bar was moved by `offset`: the tree widens by it, the bar and the frame follow.
   void Sp_Moving(bool bIsMoved, int32_t offset);
   // Locks (false) or unlocks (true) the fields: text fields, text boxes, combo boxes and check
-  // boxes get `editing`, trees and list views the opposite.
-  void SetEnabled(bool editing);
-  // m_ID 0; text fields "" with value 0, text boxes and combo boxes "", check boxes 0.
-  void ClearFields();
+  // boxes get `editing`, trees and list views the opposite. A form with more to lock adds it.
+  virtual void SetEnabled(bool editing);
+  // m_ID 0; text fields "" with value 0, text boxes and combo boxes "", check boxes 0. A form with
+  // more to empty adds it.
+  virtual void ClearFields();
   // Names the column `c` shows, for hosts that caption it.
   void SetColumnCaption(const view::Control& c, std::string column);
   // The table and key column of the records the form shows, declared once by its family.

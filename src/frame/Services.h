@@ -18,6 +18,8 @@ class IIdAllocator {
   // Puts a new id for the table's key column into `id`; the text result is not read.
   // Throws RuntimeError when no database is bound or the counter fails.
   std::string NextId(const std::string& table, const std::string& keyColumn, int32_t& id);
+  // The name under which the allocator knows a table; it knows every table by its own name.
+  std::string NameOf(const std::string& name) const { return name; }
 
  private:
   std::shared_ptr<db::IDatabase> m_Database;

@@ -96,6 +96,12 @@ std::string Context::SetUserSetting(const std::string& user, const std::string& 
       {Value(user), Value(app), Value(section), Value(key), Value(value)}, nullptr);
 }
 
+std::unique_ptr<IPicker> Context::Picker(const std::string& table) {
+  const PickerTable* found = FindPickerTable(table);
+  if (!found) return nullptr;
+  return std::make_unique<TablePicker>(*found, m_Database, m_PickerWindow, m_Platform);
+}
+
 void Context::SetWindows(view::Platform* platform, Browser browser) {
   m_Platform = platform;
   m_Browser = std::move(browser);

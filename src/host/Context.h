@@ -6,6 +6,7 @@
 #include "db/Database.h"
 #include "frame/FormContext.h"
 #include "host/Lookups.h"
+#include "host/Picker.h"
 #include "view/Platform.h"
 
 namespace kmd::host {
@@ -42,6 +43,9 @@ class Context : public IFormContext {
   ISubsystem Subsystem(const std::string& name, int32_t index) override;
   std::string UserSetting(const std::string& app, const std::string& section, const std::string& key,
                           const std::string& defaultValue) override;
+  // The picker over a table that FindPickerTable knows, showing through the window of
+  // SetPickerWindow; null for any other table.
+  std::unique_ptr<IPicker> Picker(const std::string& table) override;
 
   std::shared_ptr<db::Database> GetDatabase() const { return m_Database; }
   // Shows a browse window: gives the 0-based row the user picks, or -1 for Cancel.
@@ -50,6 +54,8 @@ class Context : public IFormContext {
   // Where the context's own boxes and browse windows appear. Without them boxes are not shown
   // and every browse is cancelled.
   void SetWindows(view::Platform* platform, Browser browser);
+  // Where picker windows appear; without one every picker is cancelled.
+  void SetPickerWindow(TablePicker::Window window) { m_PickerWindow = std::move(window); }
   // Writes a setting; gives "" or the error.
   std::string SetOption(int32_t module, const std::string& key, const std::string& value);
   std::string SetParameter(int32_t module, const std::string& key, const std::string& value);
@@ -71,6 +77,7 @@ class Context : public IFormContext {
   IUserInfo m_User;
   view::Platform* m_Platform = nullptr;
   Browser m_Browser;
+  TablePicker::Window m_PickerWindow;
 };
 
 }  // namespace kmd::host

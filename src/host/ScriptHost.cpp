@@ -9,6 +9,7 @@
 #include "colour/frmMain.h"
 #include "files/mShellExecute.h"
 #include "host/AllForms.h"
+#include "view/LineGrid.h"
 #include "view/ListView.h"
 #include "view/TreeView.h"
 #include "view/Widgets.h"
@@ -37,12 +38,16 @@ ScriptHost::ScriptHost(std::shared_ptr<Context> context, std::ostream& out, std:
   if (!m_Context) return;
   m_Context->SetWindows(this, [this](const LookupWindow& window, const db::Recordset& rows,
                                      const std::string& textColumn) { return Browse(window, rows, textColumn); });
+  m_Context->SetPickerWindow([this](const PickerTable& table, const std::string& mode, const db::Recordset& rows) {
+    return Pick(table, mode, rows);
+  });
 }
 
 ScriptHost::~ScriptHost() {
   mShellExecute::SetOpener(nullptr);
   if (!m_Context) return;
   m_Context->SetWindows(nullptr, nullptr);
+  m_Context->SetPickerWindow(nullptr);
   m_Context->GetDatabase()->SetTrace(nullptr);
 }
 
@@ -55,7 +60,7 @@ int ScriptHost::Run(std::istream& script, const std::string& name) {
     std::string trimmed = text::Trim(line);
     if (trimmed.empty() || trimmed[0] == '#') continue;
     // A browse window waits for the answer line; any other line cancels it first.
-    if (m_PendingBrowse && trimmed.rfind("answer ", 0) != 0) RunPendingBrowse();
+    if ((m_PendingBrowse || m_PendingCellBrowse) && trimmed.rfind("answer ", 0) != 0) RunPendingBrowse();
     m_Out << "> " << line << "\n";
     try {
       Execute(line);
@@ -208,6 +213,8 @@ void ScriptHost::Execute(const std::string& line) {
       target->EnsureVisible();
       Tree().UserDrag(source, target);
     });
+  } else if (cmd == "cell" || cmd == "celllookup" || cmd == "cellbrowse" || cmd == "addrow" || cmd == "delrow") {
+    RunGridCommand(cmd, rest);
   } else if (cmd == "answer") {
     m_Answers.push_back(rest);
     RunPendingBrowse();
@@ -221,7 +228,8 @@ void ScriptHost::Execute(const std::string& line) {
     if (what == "tree") ShowTree();
     else if (what == "fields") ShowFields();
     else if (what.rfind("list ", 0) == 0) ShowList(text::Trim(what.substr(5)));
-    else throw ScriptError{"show takes tree, fields or list LIST"};
+    else if (what.rfind("grid ", 0) == 0) ShowGrid(text::Trim(what.substr(5)));
+    else throw ScriptError{"show takes tree, fields, list LIST or grid GRID"};
   } else if (cmd == "sql") {
     RunSql(rest);
   } else if (cmd == "option" || cmd == "parameter") {
@@ -422,6 +430,9 @@ void ScriptHost::RunPendingBrowse() {
   view::TextField* f = m_PendingBrowse;
   m_PendingBrowse = nullptr;
   if (f && m_Form && !m_Form->Cleared()) m_Form->Run([&] { f->UserBrowse(); });
+  auto cell = std::move(m_PendingCellBrowse);
+  m_PendingCellBrowse = nullptr;
+  if (cell && m_Form && !m_Form->Cleared()) m_Form->Run(cell);
 }
 
 int ScriptHost::Browse(const LookupWindow& window, const db::Recordset& rows, const std::string& textColumn) {

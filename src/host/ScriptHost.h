@@ -1,5 +1,6 @@
 #pragma once
 #include <deque>
+#include <functional>
 #include <istream>
 #include <memory>
 #include <ostream>
@@ -31,6 +32,11 @@ namespace kmd::host {
 // `item LIST N` is the user's click on row N (1-based) of a list; `key CONTROL Enter|Up|Down` a
 // key pressed in a text field; `show list LIST` prints a line per row: its index, text and
 // sub-items, and `*` on the selected one.
+// Line grids: `cell GRID ROW COL TEXT` types into a cell, `celllookup GRID ROW COL TEXT` types into
+// a lookup cell and leaves it, `cellbrowse GRID ROW COL` presses its lookup key (the browse window
+// takes the next answer), `addrow GRID` appends a row, `delrow GRID ROW` deletes one, and `show grid
+// GRID` prints the titles and the rows up to the last one with data. A picker window prints
+// `picker <table> -> <answer>` and takes the rows whose cells name the answer (Cancel: none).
 class ScriptHost : public view::Platform, public IFormEvents {
  public:
   // Forms are created from `forms`, or from every form of the library when it is null. The
@@ -91,6 +97,11 @@ class ScriptHost : public view::Platform, public IFormEvents {
   void ShowTree();
   void ShowFields();
   void ShowList(const std::string& name);
+  void ShowGrid(const std::string& name);
+  // The grid commands: cell, celllookup, cellbrowse, addrow, delrow.
+  void RunGridCommand(const std::string& cmd, const std::string& args);
+  // The picker window: takes the rows named by the next answer.
+  std::vector<int> Pick(const PickerTable& table, const std::string& mode, const db::Recordset& rows);
   void RunSql(const std::string& sql);
   view::Control& ControlNamed(const std::string& name);
   FormGuard& CurrentForm();
@@ -113,6 +124,8 @@ class ScriptHost : public view::Platform, public IFormEvents {
   std::deque<std::string> m_Answers;
   const FormRegistry* m_Forms = nullptr;
   view::TextField* m_PendingBrowse = nullptr;
+  // A lookup key pressed in a grid cell, waiting for its answer like m_PendingBrowse.
+  std::function<void()> m_PendingCellBrowse;
   // Level-1 and level-9 reports waiting to be written to the journal table.
   std::vector<JournalLine> m_Journal;
   void FlushJournal();

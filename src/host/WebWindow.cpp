@@ -44,6 +44,14 @@ WebReply WebWindow::Open(const RowRange& rows) {
         m_Context->SetWindows(this, [this](const LookupWindow& w, const db::Recordset& r, const std::string& c) {
           return Browse(w, r, c);
         });
+        // A picker shows as a browse window over its table's rows; the row taken is the selection.
+        m_Context->SetPickerWindow([this](const PickerTable& t, const std::string&, const db::Recordset& r) {
+          LookupWindow window{t.Table, t.Title, t.Sql, t.CodeColumn, {}};
+          for (const auto& field : t.Fields)
+            if (field.first.rfind("l", 0) != 0) window.Columns.push_back(field.second);  // ids are not shown
+          int picked = Browse(window, r, t.CodeColumn);
+          return picked < 0 ? std::vector<int>{} : std::vector<int>{picked};
+        });
         m_Form = m_Forms.Create(m_Entry.className, *this);
         if (!m_Form) throw ActionError{404, "unknown form class " + m_Entry.className};
         m_Form->SetEventSink(this);

@@ -15,8 +15,8 @@ class Grid : public Control {
   int Rows() const { return static_cast<int>(m_Cells.size()); }
   int Cols() const { return m_Cols; }
   // Changing the size keeps the cells that remain; new cells are "", new columns kDefaultWidth wide.
-  void SetRows(int rows);
-  void SetCols(int cols);
+  virtual void SetRows(int rows);
+  virtual void SetCols(int cols);
   int FixedRows = 1;
   int FixedCols = 1;
 

@@ -290,10 +290,15 @@ struct Window {
 };
 
 // The sweep reaches records through the tree; a form that lists them instead (HL) is left out.
+// Forms with a line grid are left to their scenarios: a save of theirs needs lines, and writes
+// rows of several tables.
 bool SweepsByTree(const std::string& className) {
   Recorder rec;
   auto form = host::AllForms().Create(className, rec);
-  return form && form->Inner().Tree();
+  if (!form || !form->Inner().Tree()) return false;
+  for (const auto& c : form->Controls())
+    if (c->TypeName() == "qnGrid") return false;
+  return true;
 }
 
 // A text of the same shape that no record holds: its last two characters (or all it has) become

@@ -133,6 +133,7 @@ void CPML::InitProperties() {
   for (view::Control* c : std::initializer_list<view::Control*>{txtFileName, Txt, CmdOpenFile, CmdClear, CmdShow, picCpml,
                                                                   Pic, &Chk(4), &Chk(5), &Chk(6)})
     c->SetContainer(pictures);
+  InitPicturePage();
 
   const struct {
     int index;
@@ -213,6 +214,7 @@ void CPML::Toolbar1_ButtonClick(view::ToolbarButton& button) {
       Fra(other.frame).SetVisible(other.frame == page.frame);
     }
     if (page.focus >= 0 && !qnT(page.focus).Locked) qnT(page.focus).SetFocus();
+    if (page.button == 5) LoadPicture();
   }
 }
 
@@ -280,6 +282,8 @@ void CPML::ClearFields() {
     }
   }
   txtFileName->SetText("");
+  imgCpml->SetPicture({});
+  Pic->SetPicture({});
   Chk(4).SetValue(0);
   Chk(6).SetValue(0);
 }
@@ -374,6 +378,7 @@ void CPML::UpdateScreen(int32_t productId) {
       qnT(34).SetText(side->Fields("物品名称英文").ToText());
     }
     side->Close();
+    if (PagePressed(5)) LoadPicture();
 
     int32_t bom = ReadValue("select top 1 BomID FROM KMDbom where smark='02' and 是否标准=1 and 是否失效=0 and 产品ID=" + id)
                       .ToLong();

@@ -62,6 +62,18 @@ class CPML : public Form {
   bool DeleteStep(const std::string& sql, const std::string& failure, const std::string& journal,
                   const std::string& countJoint);
 
+  // ---- The picture page (CPMLPicture.cpp) ----
+  void InitPicturePage();
+  void CmdOpenFile_Click();
+  // Shows the file fitted into picCpml; "" empties the image.
+  void ShowPicture(const std::string& path);
+  // Opens the file of txtFileName with the shell (CmdShow, double clicks on the picture).
+  void OpenPictureFile();
+  // Writes the shown product's stored file into the temporary folder and shows it.
+  void LoadPicture();
+  // Step 10 of FileSave: writes, keeps or deletes the product's row of KMDCPMLAttach.
+  void SavePicture(bool isNew);
+
   // ---- The tree (CPMLTree.cpp) ----
   int32_t MaxRows();
   std::string BaseQuery() const;
@@ -102,6 +114,7 @@ class CPML : public Form {
   view::PictureBox* picCpml = nullptr;
   view::Image* imgCpml = nullptr;
   view::PictureBox* Pic = nullptr;
+  view::Control* zLibControl1 = nullptr;
 };
 
 }  // namespace kmd

@@ -117,6 +117,7 @@ bool CPML::FileSave() {
     db->CreateCommand(sql, 1)->Execute();
     if (!db->LastError().Description().empty()) return SaveFailed(kDbError);
     if (!SaveSideTable() || !SavePrice()) return false;
+    SavePicture(isNew);
     if (!isNew && !SaveLedger()) return false;
     PlaceSavedNode(isNew, text::Trim(qnT(0).Text()), text::Trim(qnT(2).Text()));
     m_Tv->ReSelectItem(nullptr);

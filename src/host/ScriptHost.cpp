@@ -1,13 +1,18 @@
 #include "host/ScriptHost.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <sstream>
 
 #include "base/Text.h"
 #include "colour/frmMain.h"
+#include "files/bGetTempFile.h"
 #include "files/mShellExecute.h"
+#include "files/zLibControl.h"
 #include "host/AllForms.h"
 #include "view/LineGrid.h"
 #include "view/ListView.h"
@@ -26,6 +31,15 @@ std::pair<std::string, std::string> SplitWord(const std::string& s) {
   auto p = s.find(' ');
   if (p == std::string::npos) return {s, ""};
   return {s.substr(0, p), s.substr(p + 1)};
+}
+
+// The temporary folder is written "$TMPDIR/" in scripts and transcripts, so that they read the
+// same wherever it lies.
+const char* const kTempToken = "$TMPDIR/";
+std::string ExpandTemp(const std::string& s) { return text::Replace(s, kTempToken, bGetTempFile::GetTempDir()); }
+std::string ShowTemp(const std::string& s) {
+  std::string dir = bGetTempFile::GetTempDir();
+  return dir.empty() ? s : text::Replace(s, dir, kTempToken);
 }
 
 }  // namespace
@@ -91,6 +105,7 @@ std::streamsize ScriptHost::LineFlush::xsputn(const char* s, std::streamsize n) 
 }
 
 int ScriptHost::LineFlush::sync() {
+  m_Pending = ShowTemp(m_Pending);
   m_Target.write(m_Pending.data(), static_cast<std::streamsize>(m_Pending.size()));
   m_Pending.clear();
   m_Target.flush();
@@ -124,6 +139,7 @@ view::Control& ScriptHost::ControlNamed(const std::string& name) {
 
 void ScriptHost::Execute(const std::string& line) {
   auto [cmd, rest] = SplitWord(text::LTrim(line));
+  rest = ExpandTemp(rest);
   if (cmd == "open") {
     std::istringstream in(rest);
     std::string cls;
@@ -215,6 +231,13 @@ void ScriptHost::Execute(const std::string& line) {
     });
   } else if (cmd == "cell" || cmd == "celllookup" || cmd == "cellbrowse" || cmd == "addrow" || cmd == "delrow") {
     RunGridCommand(cmd, rest);
+  } else if (cmd == "dblclick") {
+    auto& c = ControlNamed(text::Trim(rest));
+    if (auto* image = dynamic_cast<view::Image*>(&c)) CurrentForm().Run([&] { image->UserDblClick(); });
+    else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) CurrentForm().Run([&] { p->UserDblClick(); });
+    else throw ScriptError{"cannot double-click " + rest};
+  } else if (cmd == "write") {
+    WriteFile(rest);
   } else if (cmd == "answer") {
     m_Answers.push_back(rest);
     RunPendingBrowse();
@@ -227,6 +250,7 @@ void ScriptHost::Execute(const std::string& line) {
     std::string what = text::Trim(rest);
     if (what == "tree") ShowTree();
     else if (what == "fields") ShowFields();
+    else if (what.rfind("file ", 0) == 0) ShowFile(text::Trim(what.substr(5)));
     else if (what.rfind("list ", 0) == 0) ShowList(text::Trim(what.substr(5)));
     else if (what.rfind("grid ", 0) == 0) ShowGrid(text::Trim(what.substr(5)));
     else throw ScriptError{"show takes tree, fields, list LIST or grid GRID"};
@@ -510,8 +534,38 @@ bool ScriptHost::ChooseFile(view::FileChoice& choice) {
 }
 
 bool ScriptHost::OpenFile(const std::string& target) {
-  m_Out << "open " << target << "\n";
+  m_Out << "shell open " << target << "\n";
   return true;
+}
+
+void ScriptHost::WriteFile(const std::string& args) {
+  std::istringstream in(args);
+  std::string path, size, source;
+  in >> path >> size >> source;
+  if (path.empty() || !text::IsNumeric(size) || size.find_first_not_of("0123456789") != std::string::npos)
+    throw ScriptError{"write takes PATH SIZE [SOURCE]"};
+  std::string bytes;
+  if (!source.empty()) {
+    std::ifstream from(source, std::ios::binary);
+    if (!from) throw ScriptError{"cannot read " + source};
+    bytes.assign(std::istreambuf_iterator<char>(from), std::istreambuf_iterator<char>());
+  }
+  bytes.resize(static_cast<size_t>(text::Val(size)), '\0');
+  std::ofstream to(path, std::ios::binary | std::ios::trunc);
+  if (!to.write(bytes.data(), static_cast<std::streamsize>(bytes.size()))) throw ScriptError{"cannot write " + path};
+}
+
+void ScriptHost::ShowFile(const std::string& path) {
+  std::error_code ec;
+  auto size = std::filesystem::file_size(path, ec);
+  if (ec) {
+    m_Out << "file " << path << " missing\n";
+    return;
+  }
+  zLibControl z;
+  char crc[9];
+  std::snprintf(crc, sizeof crc, "%08X", static_cast<unsigned>(z.Calculate_Crc32(path)));
+  m_Out << "file " << path << " " << size << " bytes crc " << crc << "\n";
 }
 
 void ScriptHost::Message(const std::string& psMsg) { m_Out << "event Message | " << psMsg << "\n"; }

@@ -29,6 +29,8 @@ namespace kmd::host {
 // `drag SOURCEKEY TARGETKEY` drags a node onto another with the mouse and prints nothing itself.
 // `type` into a control out of sight is a script error; `show fields` marks it `hidden`.
 // `Tools` and `Action <key>` reach a form's own tools (IFormToolUI).
+// `dblclick NAME` double-clicks an image or a picture box. The temporary folder is "$TMPDIR/"
+// in script lines and transcripts.
 // `item LIST N` is the user's click on row N (1-based) of a list; `key CONTROL Enter|Up|Down` a
 // key pressed in a text field; `show list LIST` prints a line per row: its index, text and
 // sub-items, and `*` on the selected one.
@@ -57,7 +59,7 @@ class ScriptHost : public view::Platform, public IFormEvents {
   // The open-file dialog: the answer is the path chosen; "Cancel", or no answer, cancels it.
   bool ChooseFile(view::FileChoice& choice) override;
   // A file or address that a form opens (mShellExecute included, on this thread) prints
-  // `open <target>`; nothing is opened.
+  // `shell open <target>` and counts as opened; nothing is opened.
   bool OpenFile(const std::string& target) override;
 
   // Events of the current form.
@@ -87,6 +89,10 @@ class ScriptHost : public view::Platform, public IFormEvents {
     std::string m_Pending;
   };
   void Execute(const std::string& line);
+  // `write PATH SIZE [SOURCE]`: a file of SIZE bytes, SOURCE's bytes first, then zeros.
+  void WriteFile(const std::string& args);
+  // `show file PATH`: `file PATH N bytes crc XXXXXXXX`, or `file PATH missing`.
+  void ShowFile(const std::string& path);
   bool CallOperation(const std::string& op, const std::string& args);
   // `rights PROGID DETAIL ACTION`, `period N`, `usersetting SECTION KEY VALUE`: the current user's
   // rights and personal settings, and the accounting period, in the database.

@@ -58,6 +58,28 @@ void PictureBox::UserClick(int x, int y) {
   if (Click) Click();
 }
 
+void PictureBox::UserDblClick() {
+  if (Enabled() && DblClick) DblClick();
+}
+
+void Image::UserDblClick() {
+  if (Enabled() && DblClick) DblClick();
+}
+
+void Image::SetPicture(Picture picture) {
+  m_Picture = std::move(picture);
+  if (Stretch || m_Picture.IsEmpty()) return;
+  SetWidth(m_Picture.Width * kTwipsPerPixel);
+  SetHeight(m_Picture.Height * kTwipsPerPixel);
+}
+
+std::string Image::ShownText() const {
+  if (m_Picture.IsEmpty()) return "";
+  auto n = [](int v) { return std::to_string(v); };
+  return m_Picture.Format + " " + n(m_Picture.Width) + "x" + n(m_Picture.Height) + " at " + n(Left()) + "," + n(Top()) +
+         " " + n(Width()) + "x" + n(Height());
+}
+
 OptionButton::OptionButton(std::string name, int index, std::string caption, std::string group)
     : Control("OptionButton", std::move(name), index), m_Caption(std::move(caption)), m_Group(std::move(group)) {}
 

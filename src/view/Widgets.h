@@ -5,6 +5,7 @@
 
 #include "base/RuntimeError.h"
 #include "view/Control.h"
+#include "view/Picture.h"
 
 namespace kmd::view {
 
@@ -133,8 +134,16 @@ class PictureBox : public Control {
   int ScaleHeight = 0;
   std::function<void(int x, int y)> MouseDown;
   std::function<void()> Click;
+  std::function<void()> DblClick;
   void UserClick(int x = 0, int y = 0);
+  void UserDblClick();
+  // The picture the box holds (LoadPicture); the empty one at first.
+  const Picture& GetPicture() const { return m_Picture; }
+  void SetPicture(Picture picture) { m_Picture = std::move(picture); }
   std::string ShownText() const override { return std::to_string(BackColor); }
+
+ private:
+  Picture m_Picture;
 };
 
 // An option button; options of one group exclude each other. Setting Value from the program
@@ -222,6 +231,17 @@ class Image : public Control {
   Image(std::string name, int index = -1) : Control("Image", std::move(name), index) {}
   bool Stretch = false;
   std::function<void()> DblClick;
+  void UserDblClick();
+  // The picture shown. Without Stretch a picture sets the control's size to its own
+  // (kTwipsPerPixel twips a pixel); the empty picture leaves the size alone.
+  const Picture& GetPicture() const { return m_Picture; }
+  void SetPicture(Picture picture);
+  // "" without a picture; else its format and pixel size, and the control's place and size:
+  // "png 3x2 at 0,600 4800x3200".
+  std::string ShownText() const override;
+
+ private:
+  Picture m_Picture;
 };
 
 // A button of a Toolbar. Index is its 1-based place, separators included; Value is true while a

@@ -103,6 +103,11 @@ TEST_P(Scenario, TranscriptMatches) {
     ASSERT_EQ(kmd::db::Open(dbPath)->RunScript(ServerScript::kRaise), "");
   }
   std::ostringstream out, err;
+  // Each scenario has a temporary folder of its own ("$TMPDIR/" in its transcript).
+  const char* oldTmp = std::getenv("TMPDIR");
+  const std::string keptTmp = oldTmp ? oldTmp : "";
+  fs::create_directories(dir / "tmp");
+  ::setenv("TMPDIR", (dir / "tmp").c_str(), 1);
   {
     auto database = std::make_shared<kmd::db::Database>(kmd::db::Open(dbPath));
     auto context = std::make_shared<kmd::host::Context>(
@@ -111,6 +116,8 @@ TEST_P(Scenario, TranscriptMatches) {
     std::istringstream s(script);
     EXPECT_EQ(host.Run(s, file.string()), 0) << err.str();
   }
+  if (oldTmp) ::setenv("TMPDIR", keptTmp.c_str(), 1);
+  else ::unsetenv("TMPDIR");
   fs::remove_all(dir);
   kmd::test::DropScratch(dbPath);
   std::istringstream got(out.str());
@@ -197,7 +204,9 @@ TEST_F(HostFailures, AStatusThatCannotBeWrittenIsReportedAndNoHomeKeepsNone) {
   std::string home = (dir / "home").string();
   std::ofstream(home) << "a file, not a folder";
   ASSERT_EQ(Run("open JLDW\nInit\nDoSaveFormStatus\n", home), 0) << err.str();
-  EXPECT_NE(out.str().find("event ErrMessage 8 计量单位 | 保存窗体状态失败：cannot write " + home +
+  // The transcript writes the temporary folder "$TMPDIR/".
+  std::string shownHome = "$TMPDIR/" + fs::relative(home, fs::temp_directory_path()).string();
+  EXPECT_NE(out.str().find("event ErrMessage 8 计量单位 | 保存窗体状态失败：cannot write " + shownHome +
                            "/selfbb/JLDW.txt: Not a directory\n"),
             std::string::npos)
       << out.str();

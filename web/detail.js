@@ -281,8 +281,24 @@ export class DetailPane {
       case 'picture': {
         const swatch = this.common(el('div', { class: 'picture' }), c);
         swatch.addEventListener('click', (e) => this.win.send({ kind: 'click', control: c.name, x: e.offsetX * 15, y: e.offsetY * 15 }));
+        swatch.addEventListener('dblclick', () => this.win.send({ kind: 'dblclick', control: c.name }));
         this.updaters.set(c.name, (m) => { swatch.style.background = m.color; });
         return swatch;
+      }
+      case 'image': {
+        // The picture where the form placed it (twips / 15 = pixels), clipped by its picture box.
+        const img = el('img', { class: 'image-picture', alt: '' });
+        const box = this.common(el('div', { class: 'image' }, img), c);
+        box.addEventListener('dblclick', () => this.win.send({ kind: 'dblclick', control: c.name }));
+        this.updaters.set(c.name, (m) => {
+          const px = (twips) => `${Math.round(twips / 15)}px`;
+          if (m.frame) Object.assign(box.style, { width: px(m.frame.width), height: px(m.frame.height) });
+          img.hidden = !m.src;
+          if (m.src && img.getAttribute('src') !== m.src) img.setAttribute('src', m.src);
+          img.alt = m.text || '';
+          Object.assign(img.style, { left: px(m.left), top: px(m.top), width: px(m.width), height: px(m.height) });
+        });
+        return box;
       }
       case 'label': {
         const span = this.common(el('span', { class: 'label-value' }), c);

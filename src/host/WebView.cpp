@@ -78,6 +78,39 @@ json GridModel(const view::Grid& grid) {
   return {{"fixedRows", grid.FixedRows}, {"fixedCols", grid.FixedCols}, {"cells", cells}, {"widths", widths}};
 }
 
+std::string Base64(const std::vector<unsigned char>& bytes) {
+  static const char* const digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string out;
+  out.reserve((bytes.size() + 2) / 3 * 4);
+  for (size_t i = 0; i < bytes.size(); i += 3) {
+    uint32_t n = static_cast<uint32_t>(bytes[i]) << 16;
+    if (i + 1 < bytes.size()) n |= static_cast<uint32_t>(bytes[i + 1]) << 8;
+    if (i + 2 < bytes.size()) n |= bytes[i + 2];
+    out += digits[(n >> 18) & 63];
+    out += digits[(n >> 12) & 63];
+    out += i + 1 < bytes.size() ? digits[(n >> 6) & 63] : '=';
+    out += i + 2 < bytes.size() ? digits[n & 63] : '=';
+  }
+  return out;
+}
+
+// An image: its place and size in twips, the size of the picture box it lies in (which clips it)
+// and its picture as a data address; a picture above 4 MiB is left out of the model.
+json ImageModel(const view::Image& image) {
+  json m = {{"kind", "image"},          {"left", image.Left()},     {"top", image.Top()},
+            {"width", image.Width()},   {"height", image.Height()}, {"text", image.ShownText()}};
+  if (auto* frame = dynamic_cast<const view::PictureBox*>(image.Container()))
+    m["frame"] = {{"width", frame->Width()}, {"height", frame->Height()}};
+  const view::Picture& picture = image.GetPicture();
+  constexpr size_t kMaxPicture = 4 << 20;
+  if (!picture.IsEmpty() && picture.Bytes && picture.Bytes->size() <= kMaxPicture) {
+    static const std::map<std::string, std::string> types = {
+        {"bmp", "image/bmp"}, {"gif", "image/gif"}, {"jpeg", "image/jpeg"}, {"png", "image/png"}, {"wmf", "image/wmf"}};
+    m["src"] = "data:" + types.at(picture.Format) + ";base64," + Base64(*picture.Bytes);
+  }
+  return m;
+}
+
 json ControlModel(view::Control& c, const RowRange& rows) {
   json m = {{"name", c.DisplayName()}, {"type", c.TypeName()}, {"enabled", c.Enabled()},
             {"visible", c.Shown()}, {"focus", c.HasFocus()}};
@@ -114,6 +147,8 @@ json ControlModel(view::Control& c, const RowRange& rows) {
     m.update({{"kind", "list"}, {"list", ListModel(*lv)}});
   } else if (auto* g = dynamic_cast<view::Grid*>(&c)) {
     m.update({{"kind", "grid"}, {"grid", GridModel(*g)}});
+  } else if (auto* image = dynamic_cast<view::Image*>(&c)) {
+    m.update(ImageModel(*image));
   } else {
     m.update({{"kind", "other"}, {"text", c.ShownText()}});
   }
@@ -322,6 +357,10 @@ json PerformAction(FormGuard& form, const json& action) {
     } else {
       Refuse(400, "cannot click " + c.DisplayName());
     }
+  } else if (kind == "dblclick") {
+    if (auto* image = dynamic_cast<view::Image*>(&c)) form.Run([&] { image->UserDblClick(); });
+    else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) form.Run([&] { p->UserDblClick(); });
+    else Refuse(400, "cannot double-click " + c.DisplayName());
   } else if (kind == "key") {
     auto& f = Expect<view::TextField>(c, "press a key in");
     static const std::map<std::string, int> codes = {

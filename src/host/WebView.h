@@ -19,14 +19,14 @@ std::string CssColour(int32_t colour);
 
 // The view model of a form, which the page draws without knowing the form: every control in
 // declaration order with its type name, a kind ("text", "textbox", "label", "option", "check",
-// "combo", "date", "button", "picture", "tree", "list", "grid" or "other"), its state and its
+// "combo", "date", "button", "picture", "image", "tree", "list", "grid" or "other"), its state and its
 // content; a tree gives its number of expanded rows and the rows of `rows` with their depth; the
 // toolbar gives which commands the edit state allows; "tools" the form's own tools, on or off.
 nlohmann::json ViewModel(FormGuard& form, const RowRange& rows);
 
 // A user action on the form's controls or a contract command, as the page sends it:
 //   {"kind": "type", "control": "qnT(0)", "text": "..."}   typing into a field (whole text)
-//   {"kind": "leave" | "focus" | "browse" | "click", "control": ...}
+//   {"kind": "leave" | "focus" | "browse" | "click" | "dblclick", "control": ...}
 //   {"kind": "pick" | "expand" | "collapse", "control": "TV", "key": "k1"}   a tree node
 //   {"kind": "pick", "control": "LV", "index": 1}          a list row (1-based)
 //   {"kind": "key", "control": "qnT(0)", "key": "Enter"}    Enter, Up or Down in a text field

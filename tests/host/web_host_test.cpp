@@ -139,6 +139,20 @@ TEST_F(WebHostTest, UnitLifeWithBoxesEventsAndJournal) {
   EXPECT_EQ(Command(w, "PrintPreview")["view"]["status"], "暂无打印功能!");
 }
 
+// A product's picture reaches the page as a data address with its place in its frame.
+TEST_F(WebHostTest, APictureIsDrawnWhereTheFormPlacedIt) {
+  std::string w = Open("CPML");
+  Act(w, {{"kind", "pick"}, {"control", "TV"}, {"key", "wC001"}});
+  json r = Act(w, {{"kind", "click"}, {"control", "Toolbar1"}, {"button", 5}});
+  const json* image = Control(r, "imgCpml");
+  ASSERT_NE(image, nullptr);
+  EXPECT_EQ((*image)["kind"], "image");
+  EXPECT_EQ((*image)["frame"], json({{"height", 3600}, {"width", 4800}}));
+  EXPECT_EQ((*image)["top"].dump() + " " + (*image)["width"].dump() + "x" + (*image)["height"].dump(), "600 60x30");
+  EXPECT_EQ((*image)["src"].get<std::string>().substr(0, 26), "data:image/bmp;base64,Qk1O");
+  EXPECT_EQ(Call("POST", w + "/action", {{"kind", "dblclick"}, {"control", "Chk(2)"}}).status, 400);
+}
+
 // The employee form's own tool is a toggle of the page: off at first, on after its action (the
 // key in any case); a form without tools shows none and refuses the action.
 TEST_F(WebHostTest, AFormsOwnToolIsAToggle) {

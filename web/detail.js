@@ -38,6 +38,8 @@ export class DetailPane {
     const signature = controls.map((c) => `${c.name}:${c.kind}`).join('|');
     if (signature !== this.signature) this.build(controls);
     for (const c of controls) this.updaters.get(c.name)?.(c);
+    const grid = this.node.querySelector('.fields');
+    if (grid) grid.classList.toggle('many', grid.querySelectorAll(':scope > .field-row:not([hidden])').length > 14);
   }
 
   // A label that says what another control's column is stands beside that control's value, not
@@ -85,7 +87,7 @@ export class DetailPane {
         else if (/^[*\s]+$/.test(c.caption)) row.classList.add('mask');
         else if (c.caption.length > 24) row.classList.add('note');
       }
-      if (first.kind === 'list' || first.kind === 'grid') row.classList.add('wide');
+      if (first.kind === 'list' || first.kind === 'grid' || first.kind === 'bar') row.classList.add('wide');
       for (const rc of rowControls) cell.append(this.make(rc, caption));
       if (this.captionFallback) this.captionFallback(rowControls[0]);
       this.bindRow(row, rowControls.map((rc) => rc.name), rowControls[0] === c && !caption.textContent);

@@ -1,0 +1,154 @@
+// What the form benchmarks share: a database file made once under /tmp, a form window over it
+// whose statements are traced, and the floor: the same statements (as the driver adapts them) run
+// straight through SQLite's C API in the same transaction shape, reading every column of every
+// row by its type. Each benchmark reports form_ms, floor_ms and their ratio over the same rounds.
+#pragma once
+#include <benchmark/benchmark.h>
+#include <sqlite3.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "db/Connection.h"
+#include "db/Database.h"
+#include "db/Dialect.h"
+#include "frame/FormGuard.h"
+#include "host/AllForms.h"
+#include "host/Context.h"
+#include "host/Setup.h"
+#include "view/Platform.h"
+
+namespace kmd::bench {
+
+using Clock = std::chrono::steady_clock;
+
+inline double Seconds(Clock::time_point a, Clock::time_point b) { return std::chrono::duration<double>(b - a).count(); }
+
+// Boxes are answered Yes (the delete question) and input boxes with the text to find.
+class AnsweringPlatform : public view::Platform {
+ public:
+  std::string findText;
+  int MsgBox(const std::string&, int, const std::string&) override { return view::vbYes; }
+  std::string InputBox(const std::string&, const std::string&, const std::string&) override { return findText; }
+};
+
+// The file under /tmp named `name`, made by `fill` over a fresh `kmd init` database when missing.
+inline std::string MadeDatabase(const std::string& name, const std::function<void(db::Connection&)>& fill) {
+  std::string path = (std::filesystem::temp_directory_path() / name).string();
+  if (!std::filesystem::exists(path)) {
+    std::cerr << "making " << path << "...\n";
+    host::InitDatabase(path, true);
+    auto c = db::Open(path);
+    fill(*c);
+  }
+  return path;
+}
+
+// Runs one statement of SQLite's own dialect on a connection; aborts on failure (set-up only).
+inline void Exec(db::Connection& c, const std::string& sql) {
+  std::string err = c.Run(sql, {}, nullptr);
+  if (!err.empty()) {
+    std::cerr << sql << ": " << err << "\n";
+    std::abort();
+  }
+}
+
+// A form window as a host holds it, with its statements traced into `statements` while `tracing`.
+struct Window {
+  AnsweringPlatform platform;
+  std::shared_ptr<db::Database> database;
+  std::shared_ptr<host::Context> context;
+  std::unique_ptr<FormGuard> form;
+  std::vector<std::string> statements;
+
+  Window(const std::string& path, const std::string& cls, int32_t programId = 0) {
+    database = std::make_shared<db::Database>(db::Open(path));
+    database->SetTrace([this](const std::string& sql) { statements.push_back(sql); });
+    context = std::make_shared<host::Context>(database, IUserInfo{"bench", "", ""});
+    form = host::AllForms().Create(cls, platform);
+    form->Init(context.get(), programId, 0);
+  }
+};
+
+// The same statements straight through SQLite's API.
+class Floor {
+ public:
+  explicit Floor(const std::string& path) {
+    if (sqlite3_open_v2(path.c_str(), &m_Db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) std::abort();
+    sqlite3_busy_timeout(m_Db, 5000);
+  }
+  ~Floor() { sqlite3_close(m_Db); }
+  Floor(const Floor&) = delete;
+  Floor& operator=(const Floor&) = delete;
+
+  // Runs the statements in one transaction, as the host's unit of work does; gives the seconds.
+  double Run(const std::vector<std::string>& statements, bool writes = false) {
+    std::vector<std::string> adapted;
+    adapted.reserve(statements.size());
+    for (const auto& s : statements) adapted.push_back(db::dialect::ToSqlite(s));
+    auto t0 = Clock::now();
+    Step(writes ? "BEGIN IMMEDIATE" : "BEGIN");
+    for (const auto& s : adapted) Step(s);
+    Step("COMMIT");
+    return Seconds(t0, Clock::now());
+  }
+
+  size_t bytes = 0;  // what the reads saw, so that no read is optimised away
+
+ private:
+  void Step(const std::string& sql) {
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_prepare_v2(m_Db, sql.c_str(), static_cast<int>(sql.size()), &st, nullptr) != SQLITE_OK) {
+      std::cerr << sql << ": " << sqlite3_errmsg(m_Db) << "\n";
+      std::abort();
+    }
+    int n = sqlite3_column_count(st);
+    while (sqlite3_step(st) == SQLITE_ROW)
+      for (int i = 0; i < n; ++i) switch (sqlite3_column_type(st, i)) {
+          case SQLITE_INTEGER: bytes += static_cast<size_t>(sqlite3_column_int64(st, i) & 1); break;
+          case SQLITE_FLOAT: bytes += sqlite3_column_double(st, i) > 0; break;
+          case SQLITE_NULL: break;
+          default:
+            bytes += reinterpret_cast<uintptr_t>(sqlite3_column_blob(st, i)) & 1;
+            bytes += static_cast<size_t>(sqlite3_column_bytes(st, i));
+        }
+    sqlite3_finalize(st);
+  }
+  sqlite3* m_Db = nullptr;
+};
+
+// Sums of the timed rounds, reported per round.
+struct Timing {
+  double form = 0, floor = 0;
+  void Add(benchmark::State& state, double f, double fl) {
+    form += f;
+    floor += fl;
+    state.SetIterationTime(f);
+  }
+  void Report(benchmark::State& state) const {
+    double n = static_cast<double>(state.iterations());
+    state.counters["form_ms"] = benchmark::Counter(form * 1e3 / n);
+    state.counters["floor_ms"] = benchmark::Counter(floor * 1e3 / n);
+    state.counters["ratio"] = benchmark::Counter(floor > 0 ? form / floor : 0);
+  }
+};
+
+// Times one form command and then its traced statements straight: gives nothing, adds to `t`.
+// `command` runs the command through the guard (one unit of work).
+inline void TimeCommand(benchmark::State& state, Window& w, Floor& floor, Timing& t, bool writes,
+                        const std::function<bool()>& command) {
+  w.statements.clear();
+  auto t0 = Clock::now();
+  if (!command()) state.SkipWithError("the command failed");
+  double form = Seconds(t0, Clock::now());
+  double straight = floor.Run(w.statements, writes);
+  t.Add(state, form, straight);
+}
+
+}  // namespace kmd::bench

@@ -67,6 +67,8 @@ bool Load(cTreeView& tv, db::IDatabase& db, const ICodeRule& codeRule, const std
     rs->MoveNext();
   }
   rs->Close();
+  // Every kind opens alike, whatever its units' depth made visible while they were added.
+  for (const auto& root : tv.ctrl()->Roots()) root->SetExpanded(true);
   return true;
 }
 

@@ -308,7 +308,8 @@ export class DetailPane {
         return span;
       }
       case 'list': return this.table(c, (m) => [m.list.columns, m.list.items.map((it) => it.cells), m.list.items.map((it) => it.selected)], true);
-      case 'grid': return this.table(c, (m) => {
+      case 'grid': if (c.grid?.line) return this.lineGrid(c);
+        return this.table(c, (m) => {
         const fixed = m.grid.fixedRows;
         return [fixed > 0 ? m.grid.cells[0] : [], m.grid.cells.slice(fixed), []];
       }, false);
@@ -318,6 +319,67 @@ export class DetailPane {
         return span;
       }
     }
+  }
+
+  // The editable line grid: a cell takes typing while the grid and its column do; leaving a cell
+  // sends its text (a lookup column's text is looked up, "…" browses), a row can be added or deleted.
+  // The table is built once per shape and its cells filled in place, so the caret stays put.
+  lineGrid(c) {
+    const table = this.common(el('table', { class: 'grid line-grid' }), c);
+    const add = el('button', { class: 'form-button', text: '添加行' });
+    add.addEventListener('click', () => this.win.send({ kind: 'addrow', control: c.name }));
+    const wrap = el('div', { class: 'grid-wrap' }, table, add);
+    let shape = '';
+    let inputs = [];
+    this.updaters.set(c.name, (m) => {
+      const g = m.grid;
+      const editing = m.enabled && g.editable;
+      const visible = (g.cols || []).map((col) => col.visible !== false);
+      const key = `${g.cells.length}x${g.cells[0]?.length || 0}:${visible.join()}`;
+      if (key !== shape) {
+        shape = key;
+        inputs = [];
+        const head = el('tr', {}, ...(g.cells[0] || []).map((h, col) => el('th', visible[col] ? { text: h } : { text: h, hidden: '' })), el('th'));
+        const body = [];
+        for (let r = g.fixedRows; r < g.cells.length; r++) {
+          const cells = g.cells[r].map((text, col) => {
+            const info = g.cols[col] || {};
+            const td = el('td', visible[col] ? {} : { hidden: '' });
+            if (!info.editable) { td.dataset.row = r; td.dataset.col = col; return td; }
+            const input = el('input', { type: 'text', autocomplete: 'off', 'data-row': r, 'data-col': col });
+            let typed = false;
+            input.addEventListener('input', () => { typed = true; });
+            input.addEventListener('change', () => {
+              if (!typed) return;
+              typed = false;
+              this.win.send({ kind: info.lookup ? 'celllookup' : 'cell', control: c.name, row: r, col, text: input.value });
+            });
+            td.append(input);
+            if (info.lookup) {
+              const browse = el('button', { class: 'browse', text: '…', title: '选择 (F7)', tabindex: '-1' });
+              browse.addEventListener('click', () => this.win.send({ kind: 'cellbrowse', control: c.name, row: r, col }));
+              td.append(browse);
+            }
+            inputs.push(input);
+            return td;
+          });
+          const del = el('button', { class: 'browse', text: '×', title: '删除此行', tabindex: '-1' });
+          del.addEventListener('click', () => this.win.send({ kind: 'delrow', control: c.name, row: r }));
+          body.push(el('tr', {}, ...cells, el('td', {}, del)));
+        }
+        table.replaceChildren(el('thead', {}, head), el('tbody', {}, ...body));
+      }
+      for (const td of table.querySelectorAll('td[data-row]')) td.textContent = g.cells[td.dataset.row][td.dataset.col];
+      for (const input of inputs) {
+        input.disabled = !editing;
+        const text = g.cells[input.dataset.row][input.dataset.col];
+        if (document.activeElement !== input && input.value !== text) input.value = text;
+      }
+      for (const b of table.querySelectorAll('button')) b.disabled = !editing;
+      add.disabled = !editing;
+      table.classList.toggle('disabled', !m.enabled);
+    });
+    return wrap;
   }
 
   // A list view or grid as a table; a click on a list row picks it.

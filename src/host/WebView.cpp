@@ -6,6 +6,7 @@
 #include "base/Text.h"
 #include "tree/Splitter.h"
 #include "view/Grid.h"
+#include "view/LineGrid.h"
 #include "view/ListView.h"
 #include "view/TreeView.h"
 #include "view/Widgets.h"
@@ -75,7 +76,18 @@ json GridModel(const view::Grid& grid) {
   }
   json widths = json::array();
   for (int c = 0; c < grid.Cols(); ++c) widths.push_back(grid.ColWidth(c));
-  return {{"fixedRows", grid.FixedRows}, {"fixedCols", grid.FixedCols}, {"cells", cells}, {"widths", widths}};
+  json model = {{"fixedRows", grid.FixedRows}, {"fixedCols", grid.FixedCols}, {"cells", cells}, {"widths", widths}};
+  if (const auto* line = dynamic_cast<const view::LineGrid*>(&grid)) {
+    // The line grid's cells are typed into: which columns take typing, which look up a row.
+    auto& lines = const_cast<view::LineGrid&>(*line);
+    json cols = json::array();
+    for (int c = 0; c < grid.Cols(); ++c) {
+      const auto& col = lines.Col(c);
+      cols.push_back({{"visible", col.Visible}, {"editable", col.Editable && c > 0}, {"lookup", col.HasLookup}});
+    }
+    model.update({{"line", true}, {"editable", line->Editable}, {"cols", cols}, {"lastDataRow", lines.LastDataRow()}});
+  }
+  return model;
 }
 
 std::string Base64(const std::vector<unsigned char>& bytes) {
@@ -361,6 +373,31 @@ json PerformAction(FormGuard& form, const json& action) {
     if (auto* image = dynamic_cast<view::Image*>(&c)) form.Run([&] { image->UserDblClick(); });
     else if (auto* p = dynamic_cast<view::PictureBox*>(&c)) form.Run([&] { p->UserDblClick(); });
     else Refuse(400, "cannot double-click " + c.DisplayName());
+  } else if (kind == "cell" || kind == "celllookup" || kind == "cellbrowse" || kind == "addrow" || kind == "delrow") {
+    auto& grid = Expect<view::LineGrid>(c, "type into the cells of");
+    if (!grid.Editable) Refuse(409, c.DisplayName() + " takes no typing now");
+    if (kind == "addrow") {
+      form.Run([&] { grid.UserAddRow(); });
+    } else {
+      int row = action.value("row", -1);
+      if (row < grid.FixedRows || row >= grid.Rows()) Refuse(404, c.DisplayName() + " has no data row " + std::to_string(row));
+      if (kind == "delrow") {
+        form.Run([&] { grid.UserDeleteRow(row); });
+      } else {
+        int col = action.value("col", -1);
+        if (col < 1 || col >= grid.Cols() || !grid.Col(col).Visible || !grid.Col(col).Editable)
+          Refuse(404, c.DisplayName() + " has no column " + std::to_string(col) + " to type into");
+        if (kind == "cell") {
+          std::string typed = Text(action, "text");
+          form.Run([&] { grid.UserType(row, col, typed); });
+        } else if (kind == "celllookup") {
+          std::string typed = Text(action, "text");
+          form.Run([&] { grid.UserLookup(row, col, typed); });
+        } else {
+          form.Run([&] { grid.UserBrowse(row, col); });
+        }
+      }
+    }
   } else if (kind == "key") {
     auto& f = Expect<view::TextField>(c, "press a key in");
     static const std::map<std::string, int> codes = {

@@ -271,16 +271,8 @@ void CPML::ClearFields() {
   ImgSr->SetVisible(false);
   m_ID = 0;
   m_RecordMissing = false;
-  for (const auto& c : m_Controls) {
-    if (auto* f = dynamic_cast<view::TextField*>(c.get())) {
-      f->SetValue(Value(0));
-      f->SetText("");
-    } else if (auto* t = dynamic_cast<view::TextBox*>(c.get())) {
-      t->SetText("");
-    } else if (auto* cb = dynamic_cast<view::ComboBox*>(c.get())) {
-      cb->SetText("");
-    }
-  }
+  // Only the text fields, text boxes and combo boxes: the boxes above are the ones cleared here.
+  ClearControlValues(m_Controls, false);
   txtFileName->SetText("");
   imgCpml->SetPicture({});
   Pic->SetPicture({});

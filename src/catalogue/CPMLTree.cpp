@@ -216,11 +216,7 @@ bool CPML::Find(const Value&) {
   return true;
 }
 
-bool CPML::FindNext() {
-  auto selected = Tree()->SelectedItem();
-  NodePtr found;
-  return m_Tv->NodeFindNext(found, m_FindText, selected ? selected->Index() : 0, true);
-}
+bool CPML::FindNext() { return FindNextNode(); }
 
 // ---- Dragging ----
 

@@ -6,7 +6,7 @@
 namespace kmd {
 
 BZ::BZ(view::Platform& platform) : FlatDictionary("BZ", platform) {
-  m_Title = kApplicationTitle;
+  m_Title = kAppTitle;
   m_ReturnsDirty = false;
   m_PrintMessage = false;
   m_RaisesFormRefreshed = true;
@@ -49,7 +49,7 @@ void BZ::qnTxt_KeyDown(int& keyCode, int) {
 std::string BZ::UpdateScreenSql(int32_t id) const { return "select * from kmdbz where 币种ID=" + std::to_string(id); }
 
 void BZ::RefuseRule(const std::string& text, view::TextField& field) {
-  RaiseErrMessage(text, kRuleRefusal, kApplicationTitle);
+  RaiseErrMessage(text, kRuleRefusal, kAppTitle);
   m_FormHelper->SetFocusTo(field);
 }
 
@@ -114,13 +114,13 @@ bool BZ::SaveData(int32_t& id) {
     std::string err = db->LastError().Description();
     if (!err.empty()) {
       db->RollbackTrans();
-      RaiseErrMessage("保存数据时出错：" + err, kFailure, kApplicationTitle);
+      RaiseErrMessage("保存数据时出错：" + err, kFailure, kAppTitle);
       return false;
     }
     db->CommitTrans();
     return true;
   } catch (const std::exception& e) {
-    RollbackOpen(*db);
+    db::RollbackQuietly(*db);
     RaiseSaveDataError(e);
   }
 }
@@ -157,7 +157,7 @@ bool BZ::DeleteData(int32_t id) {
   m_ID = id;
   std::string err = ExecuteInTransaction(*Database(), DeleteSql().front());
   if (err.empty()) return true;
-  RaiseErrMessage("删除数据时出错：" + err, kFailure, kApplicationTitle);
+  RaiseErrMessage("删除数据时出错：" + err, kFailure, kAppTitle);
   return false;
 }
 
@@ -177,7 +177,7 @@ bool BZ::FileDelete() {
     if (RefuseMissingRecord()) return false;
     int32_t id = m_ValueHelper->ToNumber(node->Tag).ToLong();
     if (IsCulterUse(id)) {
-      RaiseErrMessage(" 该币种已启用,不能删除!", kRuleRefusal, kApplicationTitle);
+      RaiseErrMessage(" 该币种已启用,不能删除!", kRuleRefusal, kAppTitle);
       return false;
     }
     size_t blank = text::InStr(node->Text, " ");

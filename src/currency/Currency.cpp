@@ -4,13 +4,6 @@
 
 namespace kmd {
 
-void RollbackOpen(db::IDatabase& db) {
-  try {
-    if (db.InTrans()) db.RollbackTrans();
-  } catch (const std::exception&) {
-  }
-}
-
 std::string ExecuteInTransaction(db::IDatabase& db, const std::string& sql) {
   try {
     db.BeginTrans();
@@ -23,7 +16,7 @@ std::string ExecuteInTransaction(db::IDatabase& db, const std::string& sql) {
     db.CommitTrans();
     return "";
   } catch (const std::exception&) {
-    RollbackOpen(db);
+    db::RollbackQuietly(db);
     throw;
   }
 }

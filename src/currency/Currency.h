@@ -6,14 +6,9 @@
 namespace kmd {
 
 // The application's title, which the currency form gives its reports.
-inline constexpr const char* kApplicationTitle = "KMD_S";
 // The source of the run-time errors of the currency forms' saves, and the title of the rates
 // form's reports.
 inline constexpr const char* kCurrencySource = "Kmd_Bz";
-
-// Rolls back the transaction that a failed save or delete left open; errors are ignored, the
-// caller reports the failure that brought it here.
-void RollbackOpen(db::IDatabase& db);
 
 // Runs one statement in a transaction of its own: committed when it worked, rolled back when it
 // failed. Gives "" or the database's text; a run-time error is thrown on after the rollback.

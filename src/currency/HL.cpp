@@ -204,7 +204,7 @@ bool HL::SaveData(int32_t& id) {
       try {
         m_IdAllocator->NextId("kmdHLday", "汇率ID", id);
       } catch (const std::exception& e) {
-        RollbackOpen(*db);
+        db::RollbackQuietly(*db);
         RaiseErrMessage(std::string("保存数据时出错：") + e.what(), kFailure, kCurrencySource);
         return false;
       }
@@ -225,7 +225,7 @@ bool HL::SaveData(int32_t& id) {
     RaiseErrMessage("保存汇率成功,汇率ID=" + std::to_string(id), kJournal, "汇率");
     return true;
   } catch (const std::exception& e) {
-    RollbackOpen(*db);
+    db::RollbackQuietly(*db);
     RaiseSaveDataError(e);
   }
 }

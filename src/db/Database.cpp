@@ -69,6 +69,13 @@ class Command : public IDbCommand {
 
 }  // namespace
 
+void RollbackQuietly(IDatabase& db) {
+  try {
+    if (db.InTrans()) db.RollbackTrans();
+  } catch (const std::exception&) {
+  }
+}
+
 Database::Database(std::shared_ptr<Connection> connection) : m_Connection(std::move(connection)) {}
 
 std::shared_ptr<IDbCommand> Database::CreateCommand(const std::string& sql, int32_t) {

@@ -77,6 +77,10 @@ class IDatabase {
   virtual const IDbInfo& Info() = 0;
 };
 
+// Rolls back a transaction a form left open after a failure; a failing rollback is left to the
+// command's unit of work, which undoes everything anyway.
+void RollbackQuietly(IDatabase& db);
+
 // IDatabase over a driver connection, with a statement trace that a host can switch on.
 // The trace sees each statement exactly as the form built it, before dialect adaptation.
 class Database : public IDatabase, public IDbError, public IDbInfo,

@@ -349,11 +349,7 @@ bool FlatDictionary::FileDelete() {
     return true;
   } catch (const std::exception& e) {
     std::string description = e.what();
-    try {
-      auto db = Database();
-      if (db->InTrans()) db->RollbackTrans();
-    } catch (const std::exception&) {
-    }
+    db::RollbackQuietly(*Database());
     RaiseErrMessage(m_DeleteErrorText + description, kFailure, m_Title);
     return false;
   }

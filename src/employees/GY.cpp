@@ -427,11 +427,7 @@ bool GY::FileDelete() {
     return true;
   } catch (const std::exception& e) {
     std::string description = e.what();
-    try {
-      auto db = Database();
-      if (db->InTrans()) db->RollbackTrans();
-    } catch (const std::exception&) {
-    }
+    db::RollbackQuietly(*Database());
     RaiseErrMessage("删除时出错，请检查,原因:" + description, kFailure, kTitle);
     return false;
   }
@@ -448,9 +444,7 @@ bool GY::Find(const Value&) {
 }
 
 bool GY::FindNext() {
-  NodePtr found;
-  auto selected = Tree()->SelectedItem();
-  m_Tv->NodeFindNext(found, m_FindText, selected ? selected->Index() : 0, true);
+  FindNextNode();
   return true;
 }
 
@@ -485,7 +479,7 @@ void GY::MoveEmployee(const NodePtr& sourceNode, NodePtr targetParent) {
     return;
   }
   if (KeyKind(sourceNode) == 'k') {
-    MsgBox("不能移动部门节点,如需移动,请修改部门", view::vbOKOnly, "KMD_S");
+    MsgBox("不能移动部门节点,如需移动,请修改部门", view::vbOKOnly, kAppTitle);
     return;
   }
   if (!targetParent->Parent()) {

@@ -71,6 +71,13 @@ bool Form::NoPrinting() {
   return false;
 }
 
+bool Form::FindNextNode() {
+  if (!m_Tv || !Tree()) return false;
+  NodePtr found;
+  auto selected = Tree()->SelectedItem();
+  return m_Tv->NodeFindNext(found, m_FindText, selected ? selected->Index() : 0, true);
+}
+
 int Form::MsgBox(const std::string& text, int style, const std::string& title) {
   return m_Platform.MsgBox(text, style, title);
 }

@@ -167,6 +167,8 @@ class Form : public IFormUI, public IDesignUI {
   // The selected node's record was not found: the form shows no record. Commands that need one
   // refuse through RefuseMissingRecord until another node is selected.
   bool m_RecordMissing = false;
+  // The next node after the selected one whose text holds m_FindText, selected: true when found.
+  bool FindNextNode();
   // Shows "记录已不存在，请刷新" and gives true when the selected record was not found.
   bool RefuseMissingRecord();
   // After DoGetFormStatus restored a selected node: a form with a selection handler shows that

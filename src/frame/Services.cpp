@@ -33,7 +33,7 @@ int32_t IFormHelper::ShowMessage(const std::string&, const std::string&, const s
 
 void IFormHelper::ClearControls(view::Controls& controls) { ClearControlValues(controls); }
 
-void ClearControlValues(view::Controls& controls) {
+void ClearControlValues(view::Controls& controls, bool checkBoxes) {
   for (const auto& c : controls) {
     if (auto* f = dynamic_cast<view::TextField*>(c.get())) {
       f->SetValue(Value(0));
@@ -42,7 +42,7 @@ void ClearControlValues(view::Controls& controls) {
       t->SetText("");
     } else if (auto* cb = dynamic_cast<view::ComboBox*>(c.get())) {
       cb->SetText("");
-    } else if (auto* ch = dynamic_cast<view::CheckBox*>(c.get())) {
+    } else if (auto* ch = dynamic_cast<view::CheckBox*>(c.get()); ch && checkBoxes) {
       ch->SetValue(0);
     }
   }

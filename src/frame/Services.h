@@ -26,8 +26,8 @@ class IIdAllocator {
 };
 
 // Empties the fields of a collection: text fields get "" and the value 0, text boxes and combo
-// boxes "", check boxes 0. Labels are left alone.
-void ClearControlValues(view::Controls& controls);
+// boxes "", check boxes 0 unless `checkBoxes` is false. Labels are left alone.
+void ClearControlValues(view::Controls& controls, bool checkBoxes = true);
 
 // Modal boxes and focus moves on behalf of a form.
 class IFormHelper {

@@ -449,11 +449,7 @@ bool CodedHierarchy::Delete(const NodePtr& node) {
   } catch (const std::exception& e) {
     if (!m_DeleteHasErrorPath) throw;
     std::string description = e.what();
-    try {
-      auto db = Database();
-      if (db->InTrans()) db->RollbackTrans();
-    } catch (const std::exception&) {
-    }
+    db::RollbackQuietly(*Database());
     RaiseErrMessage("删除时出错，请检查,原因:" + description, kFailure, m_Title);
     return false;
   }
@@ -470,9 +466,7 @@ bool CodedHierarchy::Find(const Value&) {
 
 bool CodedHierarchy::FindNext() {
   if (!m_HasFindNext) return false;
-  NodePtr found;
-  auto selected = Tree()->SelectedItem();
-  m_Tv->NodeFindNext(found, m_FindText, selected ? selected->Index() : 0, true);
+  FindNextNode();
   return true;
 }
 

@@ -429,9 +429,7 @@ bool SR::Find(const Value&) {
 }
 
 bool SR::FindNext() {
-  NodePtr found;
-  auto selected = Tree()->SelectedItem();
-  m_Tv->NodeFindNext(found, m_FindText, selected ? selected->Index() : 0, true);
+  FindNextNode();
   return true;
 }
 

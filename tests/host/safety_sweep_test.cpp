@@ -406,7 +406,7 @@ TEST_F(SafetySweep, HostileTextIsStoredAsTypedOrRefusedAndNothingElseMoves) {
       EXPECT_EQ(before->schema, after->schema);
       changes = Diff(*before, *after);
       // The catalogue's side row is made and deleted with its product.
-      std::erase_if(changes, [](const Change& c) { return c.table == "KMDCPMLB"; });
+      std::erase_if(changes, [](const Change& c) { return text::EqualsNoCase(c.table, "KMDCPMLB"); });
       shown = w.rec.Take();
       EXPECT_TRUE(w.rec.failures.empty()) << w.rec.failures.front();
       w.rec.failures.clear();

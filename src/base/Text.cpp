@@ -145,7 +145,28 @@ std::string LCase(std::string_view s) {
   return r;
 }
 
-bool EqualsNoCase(std::string_view a, std::string_view b) { return UCase(a) == UCase(b); }
+namespace {
+char UpperLatin(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+}  // namespace
+
+bool EqualsNoCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i)
+    if (UpperLatin(a[i]) != UpperLatin(b[i])) return false;
+  return true;
+}
+
+bool ContainsUpper(std::string_view s, std::string_view upper) {
+  if (upper.empty()) return true;
+  if (s.size() < upper.size()) return false;
+  for (size_t i = 0, last = s.size() - upper.size(); i <= last; ++i) {
+    if (UpperLatin(s[i]) != upper[0]) continue;
+    size_t k = 1;
+    while (k < upper.size() && UpperLatin(s[i + k]) == upper[k]) ++k;
+    if (k == upper.size()) return true;
+  }
+  return false;
+}
 
 namespace {
 

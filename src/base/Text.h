@@ -36,6 +36,9 @@ std::string FormatNumber(double v);
 std::string UCase(std::string_view s);
 std::string LCase(std::string_view s);
 bool EqualsNoCase(std::string_view a, std::string_view b);
+// Whether `s` holds `upper` (already upper-cased by UCase) without regard to Latin case; without
+// copying `s`.
+bool ContainsUpper(std::string_view s, std::string_view upper);
 
 // UTF-16 code unit counts and slices.
 std::u16string ToUtf16(std::string_view s);

@@ -12,9 +12,15 @@ bool Recordset::Eof() const { return m_Pos >= m_Rows.size(); }
 bool Recordset::Bof() const { return m_Rows.empty(); }
 
 int Recordset::ColumnIndex(const std::string& name) const {
-  std::string wanted = text::UCase(text::Trim(name));
+  // Loops read the same few names row after row: the name as written first, then without blanks
+  // and Latin case, neither copying it.
   for (size_t i = 0; i < m_Columns.size(); ++i)
-    if (text::UCase(m_Columns[i]) == wanted) return static_cast<int>(i);
+    if (m_Columns[i] == name) return static_cast<int>(i);
+  std::string_view wanted(name);
+  while (!wanted.empty() && wanted.front() == ' ') wanted.remove_prefix(1);
+  while (!wanted.empty() && wanted.back() == ' ') wanted.remove_suffix(1);
+  for (size_t i = 0; i < m_Columns.size(); ++i)
+    if (text::EqualsNoCase(m_Columns[i], wanted)) return static_cast<int>(i);
   return -1;
 }
 

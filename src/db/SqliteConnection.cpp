@@ -11,7 +11,9 @@
 namespace kmd::db {
 
 SqliteConnection::SqliteConnection(const std::string& path, bool create) {
-  int flags = SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0);
+  // A connection serves one thread at a time (a script run, a window's thread), so SQLite's own
+  // per-call locking of the connection is left out.
+  int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
   int rc = sqlite3_open_v2(path.c_str(), &m_Db, flags, nullptr);
   if (rc == SQLITE_CANTOPEN && !create && access(path.c_str(), F_OK) != 0) {
     sqlite3_close(m_Db);

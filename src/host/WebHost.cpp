@@ -554,6 +554,8 @@ int WebHost::Bind(const std::string& address, int port) {
   // (cpp-httplib would take the number of cores, at least 8).
   m_Server->new_task_queue = [] { return new httplib::ThreadPool(64); };
   m_Server->set_payload_max_length(kMaxBody);
+  // Answers leave at once instead of waiting for the client's delayed acknowledgement.
+  m_Server->set_tcp_nodelay(true);
   m_Server->set_default_headers({
       {"Content-Security-Policy",
        "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "

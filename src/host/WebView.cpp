@@ -37,17 +37,17 @@ int Depth(const view::NodePtr& node) {
 }
 
 json TreeModel(view::TreeView& tree, const RowRange& range) {
-  auto rows = tree.ViewableRows();
+  // The tree keeps its visible rows until they change: a request reads only the rows it shows.
+  const auto& rows = tree.VisibleRows();
   json out = {{"count", rows.size()}, {"first", range.first}, {"selected", -1}, {"rows", json::array()}};
   if (auto sel = tree.SelectedItem()) {
     out["selectedKey"] = sel->Key();
-    auto it = std::find(rows.begin(), rows.end(), sel);
-    if (it != rows.end()) out["selected"] = it - rows.begin();
+    out["selected"] = tree.RowOf(sel.get());
   }
   size_t first = static_cast<size_t>(std::max(0, range.first));
   size_t last = std::min(rows.size(), first + static_cast<size_t>(std::clamp(range.count, 0, RowRange::kMaxCount)));
   for (size_t i = first; i < last; ++i) {
-    const auto& n = rows[i];
+    auto n = rows[i]->shared_from_this();
     json row = {{"key", n->Key()}, {"text", n->Text}, {"depth", Depth(n)}, {"children", n->Children()},
                 {"expanded", n->Expanded()}, {"image", n->Image.ToText()}};
     if (n->Bold) row["bold"] = true;

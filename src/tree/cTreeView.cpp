@@ -120,17 +120,27 @@ bool cTreeView::NodeDelete(const NodePtr& node, bool /*bSelect*/) {
   return true;
 }
 
-NodePtr cTreeView::NodeFindFrom(const NodePtr& node, const std::string& text, int fromIndex, bool& passed) const {
-  bool match = text::UCase(node->Text).find(text::UCase(text)) != std::string::npos;
+const view::Node* cTreeView::NodeFindFrom(const view::Node* node, const std::string& upper, int fromIndex,
+                                          bool& passed) {
+  bool match = text::ContainsUpper(node->Text, upper);
+  int index = node->Index();
   if (match) {
-    if (node->Index() != fromIndex && passed) return node;
-    if (node->Index() == fromIndex) passed = true;
-  } else if (node->Index() == fromIndex) {
+    if (index != fromIndex && passed) return node;
+    if (index == fromIndex) passed = true;
+  } else if (index == fromIndex) {
     passed = true;
   }
-  for (auto child = node->Child(); child; child = child->Next()) {
-    auto found = NodeFindFrom(child, text, fromIndex, passed);
-    if (found) return found;
+  for (const view::Node* child = node->FirstChildLink(); child; child = child->NextLink())
+    if (const view::Node* found = NodeFindFrom(child, upper, fromIndex, passed)) return found;
+  return nullptr;
+}
+
+NodePtr cTreeView::FindFromFirst(const std::string& text, int fromIndex, bool passed) const {
+  std::string upper = text::UCase(text);
+  for (const view::Node* node = m_Tree->Item(1).get(); node; node = node->NextLink()) {
+    bool walkPassed = passed;
+    if (const view::Node* found = NodeFindFrom(node, upper, fromIndex, walkPassed))
+      return const_cast<view::Node*>(found)->shared_from_this();
   }
   return nullptr;
 }
@@ -149,12 +159,7 @@ bool cTreeView::NodeFind(NodePtr& oResultNode, std::string& NodeText, const std:
     oResultNode = found;
   } else {
     if (m_Tree->Count() == 0) return false;
-    auto node = m_Tree->Item(1);
-    while (node && !found) {
-      bool passed = true;
-      found = NodeFindFrom(node, NodeText, -1, passed);
-      if (!found) node = node->Next();
-    }
+    found = FindFromFirst(NodeText, -1, true);
     if (!found) return false;
     if (bSelect) {
       m_Tree->SetSelectedItem(found);
@@ -169,13 +174,7 @@ bool cTreeView::NodeFind(NodePtr& oResultNode, std::string& NodeText, const std:
 
 bool cTreeView::NodeFindNext(NodePtr& oResultNode, const std::string& NodeText, int FromNodeIndex, bool bSelect) {
   if (NodeText.empty() || !m_Tree || m_Tree->Count() == 0) return false;
-  NodePtr found;
-  auto node = m_Tree->Item(1);
-  while (node && !found) {
-    bool passed = false;
-    found = NodeFindFrom(node, NodeText, FromNodeIndex, passed);
-    if (!found) node = node->Next();
-  }
+  NodePtr found = FindFromFirst(NodeText, FromNodeIndex, false);
   if (!found) return false;
   if (bSelect) {
     m_Tree->SetSelectedItem(found);

@@ -130,7 +130,11 @@ class cTreeView {
   void OnNodeClick(const NodePtr& node);
   void RaiseContextMenu(float x, float y);
 
-  NodePtr NodeFindFrom(const NodePtr& node, const std::string& text, int fromIndex, bool& passed) const;
+  // `upper` is the text to find, upper-cased once by the caller.
+  static const view::Node* NodeFindFrom(const view::Node* node, const std::string& upper, int fromIndex, bool& passed);
+  // The outer walk of NodeFind and NodeFindNext: from the first node in collection order over its
+  // later siblings.
+  NodePtr FindFromFirst(const std::string& text, int fromIndex, bool passed) const;
   void RaiseSelected(const NodePtr& node);
   void FocusTree();
 

@@ -65,6 +65,7 @@ void Node::SetParent(const NodePtr& parent) {
 void Node::SetExpanded(bool expanded, bool raiseEvent) {
   if (m_Expanded == expanded) return;
   m_Expanded = expanded;
+  if (m_Tree) m_Tree->RowsChanged();
   if (!m_Tree || !raiseEvent) return;
   auto self = shared_from_this();
   if (expanded && m_Tree->Expand) m_Tree->Expand(self);
@@ -92,7 +93,13 @@ TreeView::~TreeView() {
   for (auto& n : m_All) n->m_Tree = nullptr;
 }
 
+void TreeView::Reserve(size_t count) {
+  m_All.reserve(count);
+  m_ByKey.reserve(count);
+}
+
 void TreeView::Link(Node* node, Node* relative, int relationship) {
+  m_RowsValid = false;
   Node* parent = nullptr;
   Node* before = nullptr;  // insert before this sibling; null means at the end
   if (!relative) {
@@ -126,6 +133,7 @@ void TreeView::Link(Node* node, Node* relative, int relationship) {
 }
 
 void TreeView::Unlink(Node* node) {
+  m_RowsValid = false;
   Node* parent = node->m_Parent;
   Node*& first = parent ? parent->m_FirstChild : m_FirstRoot;
   Node*& last = parent ? parent->m_LastChild : m_LastRoot;
@@ -144,9 +152,15 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::stri
     if (relative.node->m_Tree != this) NotFound();
     rel = relative.node.get();
   } else if (relative.byKey) {
-    auto it = m_ByKey.find(relative.key);
-    if (it == m_ByKey.end()) NotFound();
-    rel = it->second;
+    if (m_LastRelative && relative.key == m_LastRelativeKey) {
+      rel = m_LastRelative;
+    } else {
+      auto it = m_ByKey.find(relative.key);
+      if (it == m_ByKey.end()) NotFound();
+      rel = it->second;
+      m_LastRelativeKey = relative.key;
+      m_LastRelative = rel;
+    }
   }
   if (relationship < tvwFirst || relationship > tvwChild) throw RuntimeError("Invalid procedure call or argument");
   auto slot = m_ByKey.end();
@@ -174,6 +188,8 @@ void TreeView::Reindex(size_t from) {
 
 void TreeView::Remove(const NodePtr& node) {
   if (!node || node->m_Tree != this) NotFound();
+  m_LastRelative = nullptr;
+  m_RowsValid = false;
   // When the selection lies in the removed subtree, the next sibling, else the previous sibling,
   // else the parent takes its place.
   bool selectionGoes = false;
@@ -216,6 +232,8 @@ void TreeView::Clear() {
   }
   m_All.clear();
   m_ByKey.clear();
+  m_LastRelative = nullptr;
+  m_RowsValid = false;
   m_FirstRoot = m_LastRoot = nullptr;
   m_Selected = nullptr;
   m_DropHighlight = nullptr;
@@ -253,28 +271,37 @@ void TreeView::SetSelectedItem(const NodePtr& node) {
 
 int TreeView::GetVisibleCount() const { return std::max(1, Height() / std::max(1, m_RowHeight)); }
 
-std::vector<NodePtr> TreeView::ViewableRows() const {
-  std::vector<NodePtr> rows;
+const std::vector<Node*>& TreeView::VisibleRows() const {
+  if (m_RowsValid) return m_Rows;
+  m_Rows.clear();
+  ++m_RowsStamp;
   std::vector<Node*> stack;
   for (Node* r = m_LastRoot; r; r = r->m_PrevSib) stack.push_back(r);
   while (!stack.empty()) {
     Node* n = stack.back();
     stack.pop_back();
-    rows.push_back(Share(n));
+    n->m_Row = static_cast<int>(m_Rows.size());
+    n->m_RowStamp = m_RowsStamp;
+    m_Rows.push_back(n);
     if (n->m_Expanded)
       for (Node* c = n->m_LastChild; c; c = c->m_PrevSib) stack.push_back(c);
   }
-  return rows;
+  m_RowsValid = true;
+  return m_Rows;
+}
+
+std::vector<NodePtr> TreeView::ViewableRows() const {
+  const auto& rows = VisibleRows();
+  std::vector<NodePtr> out;
+  out.reserve(rows.size());
+  for (Node* n : rows) out.push_back(Share(n));
+  return out;
 }
 
 int TreeView::RowOf(const Node* node) const {
   if (!node || node->m_Tree != this) return -1;
-  for (const Node* p = node->m_Parent; p; p = p->m_Parent)
-    if (!p->m_Expanded) return -1;
-  auto rows = ViewableRows();
-  for (size_t i = 0; i < rows.size(); ++i)
-    if (rows[i].get() == node) return static_cast<int>(i);
-  return -1;
+  VisibleRows();
+  return node->m_RowStamp == m_RowsStamp ? node->m_Row : -1;
 }
 
 void TreeView::ResolveScroll() const {
@@ -308,9 +335,9 @@ void TreeView::EnsureVisible(Node* node) {
 NodePtr TreeView::HitTest(float x, float y) const {
   if (x < 0 || y < 0 || y >= static_cast<float>(Height()) || x >= static_cast<float>(Width())) return nullptr;
   int row = FirstVisibleRow() + static_cast<int>(y) / std::max(1, m_RowHeight);
-  auto rows = ViewableRows();
+  const auto& rows = VisibleRows();
   if (row < 0 || static_cast<size_t>(row) >= rows.size()) return nullptr;
-  return rows[static_cast<size_t>(row)];
+  return Share(rows[static_cast<size_t>(row)]);
 }
 
 void TreeView::Reparent(Node* node, Node* parent) {
@@ -322,6 +349,7 @@ void TreeView::Reparent(Node* node, Node* parent) {
 
 void TreeView::UserExpand(const NodePtr& node) {
   if (!Enabled() || !node || node->m_Tree != this) return;
+  if (!node->m_Expanded) RowsChanged();
   node->m_Expanded = true;
   if (Expand) Expand(node);
 }

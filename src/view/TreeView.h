@@ -59,6 +59,10 @@ class Node : public std::enable_shared_from_this<Node> {
   // Throws RuntimeError when `parent` is the node itself or one of its descendants.
   void SetParent(const NodePtr& parent);
   NodePtr Child() const;
+  // The first child and the next sibling as plain links (null at the end), for walks that keep
+  // no reference to the nodes they pass.
+  const Node* FirstChildLink() const { return m_FirstChild; }
+  const Node* NextLink() const { return m_NextSib; }
   int Children() const;
   NodePtr Next() const;
   NodePtr Previous() const;
@@ -89,6 +93,9 @@ class Node : public std::enable_shared_from_this<Node> {
   Node* m_NextSib = nullptr;
   Node* m_PrevSib = nullptr;
   int m_ChildCount = 0;
+  // The node's row among the visible rows when m_RowStamp is the tree's stamp of those rows.
+  int m_Row = 0;
+  uint64_t m_RowStamp = 0;
 };
 
 // How a relative node is named to Nodes.Add: by node, by key, or not at all.
@@ -123,6 +130,8 @@ class TreeView : public Control {
   // Removes every node at once.
   void Clear();
   int Count() const { return static_cast<int>(m_All.size()); }
+  // Makes room for `count` nodes in all, so that a load of known size grows nothing.
+  void Reserve(size_t count);
   // By 1-based index or by key; throws RuntimeError when absent (kErrElementNotFound for a key).
   NodePtr Item(int index) const;
   NodePtr Item(const std::string& key) const;
@@ -148,6 +157,8 @@ class TreeView : public Control {
 
   // The expanded rows in display order, and the first row in view (0-based).
   std::vector<NodePtr> ViewableRows() const;
+  // The same rows as plain pointers, kept until the tree's nodes or expansions change.
+  const std::vector<Node*>& VisibleRows() const;
   int FirstVisibleRow() const;
   void SetFirstVisibleRow(int row);
   // Row of a node among ViewableRows, -1 when it is hidden under a collapsed parent.
@@ -189,6 +200,8 @@ class TreeView : public Control {
   // Used by Node.
   void EnsureVisible(Node* node);
   void Reparent(Node* node, Node* parent);
+  // A node's expansion changed: the visible rows are built again when next asked for.
+  void RowsChanged() { m_RowsValid = false; }
 
   std::string ShownText() const override;
 
@@ -199,6 +212,12 @@ class TreeView : public Control {
   void ResolveScroll() const;
 
   std::vector<NodePtr> m_All;
+  mutable std::vector<Node*> m_Rows;  // VisibleRows, valid while m_RowsValid
+  mutable bool m_RowsValid = false;
+  mutable uint64_t m_RowsStamp = 0;
+  // The relative named by key in the last Add: loads add many children to one parent in a row.
+  std::string m_LastRelativeKey;
+  Node* m_LastRelative = nullptr;
   std::unordered_map<std::string, Node*> m_ByKey;
   Node* m_FirstRoot = nullptr;
   Node* m_LastRoot = nullptr;

@@ -196,3 +196,34 @@ TEST_F(TreeTest, OnlyTheUsersExpansionAndTheBulkOnesRaiseExpand) {
   tv.ExpandAll();
   EXPECT_EQ(expanded, (std::vector<std::string>{"ROOT", "b"}));
 }
+
+// The visible rows are kept between requests: every change of nodes or expansion must show.
+TEST_F(TreeTest, VisibleRowsFollowAddsExpansionsMovesAndRemovals) {
+  auto root = Add({}, "ROOT", "root");
+  auto a = Add("ROOT", "a", "A");
+  auto a1 = Add("a", "a1", "A1");
+  auto b = Add("ROOT", "b", "B");
+  auto rowsNow = [&] {
+    std::string keys;
+    for (const auto* n : ctrl.VisibleRows()) keys += n->Key() + " ";
+    return keys;
+  };
+  EXPECT_EQ(rowsNow(), "ROOT a a1 b ");
+  EXPECT_EQ(ctrl.RowOf(b.get()), 3);
+  a->SetExpanded(false);
+  EXPECT_EQ(rowsNow(), "ROOT a b ");
+  EXPECT_EQ(ctrl.RowOf(a1.get()), -1);
+  ctrl.UserExpand(a);
+  EXPECT_EQ(ctrl.RowOf(a1.get()), 2);
+  a1->SetParent(b);
+  b->SetExpanded(true);
+  EXPECT_EQ(rowsNow(), "ROOT a b a1 ");
+  ctrl.Remove(b);
+  EXPECT_EQ(rowsNow(), "ROOT a ");
+  EXPECT_EQ(ctrl.RowOf(a1.get()), -1);
+  // The parent last added to by key is gone with its subtree: adding under it again fails.
+  EXPECT_EQ(Add("b", "b2", "B2"), nullptr);
+  EXPECT_NE(Add("a", "a2", "A2"), nullptr);
+  EXPECT_EQ(rowsNow(), "ROOT a a2 ");
+  EXPECT_EQ(ctrl.RowOf(root.get()), 0);
+}

@@ -71,7 +71,7 @@ class ServerScript {
 bool SameLine(const std::string& actual, const std::string& expected, bool server) {
   if (actual == expected) return true;
   if (!server) return false;
-  for (const char* engine : {"no such table: ", "no such column: "}) {
+  for (const char* engine : {"no such table: ", "no such column: ", "UNIQUE constraint failed: "}) {
     size_t p = expected.find(engine);
     if (p != std::string::npos) return actual.size() > p && actual.compare(0, p, expected, 0, p) == 0;
   }

@@ -93,6 +93,7 @@ bool CPML::Refresh() {
       tv->SetVisible(false);
       rs = db->CreateCommand(" SELECT 类别编码,物品编码,物品名称,产品ID FROM (" + base + ") a ORDER BY 类别编码, 物品编码 ", 1)
                ->OpenRecordset();
+      tv->Reserve(static_cast<size_t>(tv->Count() + rs->RecordCount()));
       for (; !rs->Eof(); rs->MoveNext())
         AddProduct(rs->Fields("类别编码").ToText(), rs->Fields("物品编码").ToText(), rs->Fields("物品名称").ToText(),
                    rs->Fields("产品ID"), "刷新数据时出错：物品编码[");
@@ -136,6 +137,7 @@ void CPML::m_Tv_Expand(const NodePtr& node) {
         return;
       }
       int32_t count = rs->RecordCount();
+      tv->Reserve(static_cast<size_t>(tv->Count() + count));
       RaiseMessage("正在加载记录，估计需要" + text::FormatNumber(text::RoundHalfEven(count / kRowsPerSecond)) +
                    "秒，请稍等...");
       for (; !rs->Eof(); rs->MoveNext())

@@ -108,6 +108,7 @@ bool FlatDictionary::LoadNodes(db::IDatabase& db) {
     RaiseErrMessage(m_LoadErrorPrefix + err, kFailure, m_Title);
     return false;
   }
+  Tree()->Reserve(static_cast<size_t>(Tree()->Count() + rs->RecordCount()));
   while (!rs->Eof()) {
     std::string id = text::Trim(Str(*rs, m_IdColumn));
     std::string code = m_CodeColumn.empty() ? "" : Str(*rs, m_CodeColumn);

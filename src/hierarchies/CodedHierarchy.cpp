@@ -124,6 +124,7 @@ bool CodedHierarchy::LoadTree() {
     RaiseErrMessage(err, kFailure, m_Title);
     return false;
   }
+  Tree()->Reserve(static_cast<size_t>(Tree()->Count() + rs->RecordCount()));
   while (!rs->Eof()) {
     LoadRecord(*rs);
     rs->MoveNext();

@@ -408,7 +408,6 @@ void ScriptHost::ShowFields() {
       m_Out << " value=" << f->GetValue().ToText();
     m_Out << (c->Enabled() ? " enabled" : " disabled");
     if (!c->Shown()) m_Out << " hidden";
-    if (auto* f = dynamic_cast<view::TextField*>(c.get()); f && f->Locked) m_Out << " locked";
     if (c->HasFocus()) m_Out << " focus";
     m_Out << "\n";
   }

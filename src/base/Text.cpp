@@ -304,6 +304,13 @@ std::string Lit(std::string_view value) { return Replace(value, "'", "''"); }
 
 std::string Quote(std::string_view value) { return "'" + Lit(value) + "'"; }
 
+std::string QuoteList(std::string_view commaSeparated) {
+  std::string list;
+  if (commaSeparated.empty()) return list;
+  for (const auto& item : Split(commaSeparated, ',')) list += (list.empty() ? "" : ",") + Quote(item);
+  return list;
+}
+
 bool IsStorableText(std::string_view s) {
   for (size_t i = 0; i < s.size();) {
     uint32_t cp;

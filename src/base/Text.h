@@ -59,6 +59,8 @@ bool StartsWithNoCase(std::string_view s, std::string_view prefix);
 std::string Lit(std::string_view value);
 // The value as a literal of its own: between single quotes, its quotes doubled.
 std::string Quote(std::string_view value);
+// A comma-separated text as a list of literals for IN (...): "a,b" gives "'a','b'", "" gives "".
+std::string QuoteList(std::string_view commaSeparated);
 // Text that a field can store: valid UTF-8 without a NUL byte.
 bool IsStorableText(std::string_view s);
 

@@ -180,9 +180,7 @@ bool CPML::Init(IFormContext* context, int32_t programId, int32_t recordId) {
     m_ProgName = program.Name;
     // "k=1211,1243" keeps the tree to the categories of those stock subjects: "'1211','1243'".
     auto k = program.CommandLine.Item("k");
-    if (k.Found && !k.Value.empty())
-      for (const auto& item : text::Split(k.Value, ','))
-        m_Subjects += (m_Subjects.empty() ? "'" : ",'") + text::Lit(item) + "'";
+    if (k.Found) m_Subjects = text::QuoteList(k.Value);
   }
   m_CodeRule = Context().Option(12, Value(16)).Value;
   RaiseErrMessage("读取编码规则" + m_CodeRule, kJournal, kTitle);
@@ -230,7 +228,7 @@ double CPML::Switch(int module, const std::string& name) {
 
 bool CPML::DetailRight() { return Context().ProgramRights(m_ProgID).DetailRight; }
 
-std::string CPML::Text(int index) const { return text::Lit(text::Trim(qnT(index).Text())); }
+std::string CPML::Text(int index) const { return text::Quote(text::Trim(qnT(index).Text())); }
 
 std::string CPML::Num(int index) const { return text::FormatNumber(text::NumericValue(qnT(index).Text())); }
 
@@ -347,7 +345,7 @@ void CPML::UpdateScreen(int32_t productId) {
     Value source = rs->Fields("来源ID");
     qnT(25).SetValue(source);
     qnT(25).SetText(
-        ReadValue("SELECT Caption From xt_billattribute Where attribute ='产品来源' AND Text='" + text::Lit(source.ToText()) + "'")
+        ReadValue("SELECT Caption From xt_billattribute Where attribute ='产品来源' AND Text=" + text::Quote(source.ToText()))
             .ToText());
     Value supplier = rs->Fields("主往来ID");
     qnT(27).SetValue(supplier);
@@ -359,8 +357,8 @@ void CPML::UpdateScreen(int32_t productId) {
       qnT(29).SetText(text::FormatNumber(text::Val(side->Fields("建议备库量").ToText())));
       Value way = side->Fields("采购方式");
       qnT(28).SetValue(way);
-      qnT(28).SetText(ReadValue("SELECT Caption From xt_billattribute Where ProgID=200008 AND attribute ='采购方式' AND Text='" +
-                                text::Lit(way.ToText()) + "'")
+      qnT(28).SetText(ReadValue("SELECT Caption From xt_billattribute Where ProgID=200008 AND attribute ='采购方式' AND Text=" +
+                                text::Quote(way.ToText()))
                           .ToText());
       qnT(30).SetText(text::FormatNumber(text::Val(side->Fields("最高采购价").ToText())));
       qnT(31).SetText(text::FormatNumber(text::Val(side->Fields("最低销售价").ToText())));

@@ -28,10 +28,10 @@ bool CPML::IsCanSave() {
     if (text::Trim(qnT(22).Text()).empty()) return refuse("没有具体的计量单位,请选择!", 22);
     if (text::Len(text::Trim(qnT(1).Text())) > 16) return refuse("助忆词超过限定的长度16个字,指修改后重试!", 1);
     std::string id = text::FormatNumber(text::NumericValue(lbl(0).Caption()));
-    auto rs = ReadRows(" Select * From kmdcpml Where 产品ID <> " + id + " and 物品编码='" + text::Lit(code) + "'");
+    auto rs = ReadRows(" Select * From kmdcpml Where 产品ID <> " + id + " and 物品编码=" + text::Quote(code));
     if (!rs->Eof()) return refuse("物品编码重复,请检查!", 0);
     if (Switch(11, "cpmlnameuniquely") == 1) {
-      rs = ReadRows(" Select  * From kmdcpml Where 产品ID <> " + id + " and 物品名称='" + text::Lit(name) + "'");
+      rs = ReadRows(" Select  * From kmdcpml Where 产品ID <> " + id + " and 物品名称=" + text::Quote(name));
       if (!rs->Eof()) return refuse("物品名称重复,请检查!", 2);
     }
     // A drawing number or a location may be demanded unique; each names the product it clashes with.
@@ -41,13 +41,13 @@ bool CPML::IsCanSave() {
       const char* what;
       bool on;
     } uniques[] = {
-        {10, " and  图号='", "图号", Switch(11, "drawNO") == 0},
-        {20, " and 缺省货位='", "货位", Switch(11, "warehouse") == 1},
+        {10, " and  图号=", "图号", Switch(11, "drawNO") == 0},
+        {20, " and 缺省货位=", "货位", Switch(11, "warehouse") == 1},
     };
     for (const auto& u : uniques) {
       std::string value = text::Trim(qnT(u.field).Text());
       if (!u.on || value.empty()) continue;
-      rs = ReadRows(" Select * From kmdcpml Where 产品ID <> " + lbl(0).Caption() + u.joint + text::Lit(value) + "'");
+      rs = ReadRows(" Select * From kmdcpml Where 产品ID <> " + lbl(0).Caption() + u.joint + text::Quote(value));
       if (!rs->Eof())
         return refuse(std::string("系统设置产品的") + u.what + "不能重复,现在与产品[" + rs->Fields("物品编码").ToText() + "]的" +
                           u.what + "重复, 请检查后重试!",
@@ -74,17 +74,16 @@ bool CPML::FileSave() {
       if (Opt(i).GetValue()) abc = std::string(1, static_cast<char>('A' + i));
     bool isNew = text::NumericValue(lbl(0).Caption()) == 0;
     auto box = [&](int i) { return std::to_string(Chk(i).GetValue()); };
-    auto quoted = [](const std::string& v) { return "'" + v + "'"; };
     std::string sql;
     if (isNew) {
       m_IdAllocator->NextId("kmdcpml", "产品ID", m_ID);
       const std::string values[] = {
-          std::to_string(m_ID), quoted(Text(3)), quoted(Text(0)), quoted(Text(1)), quoted(Text(2)), quoted(Text(4)),
-          quoted(Text(5)), text::FormatNumber(text::NumericValue(lbl(1).Caption())), quoted(Text(7)), quoted(Text(8)),
-          quoted(Text(9)), quoted(Text(10)), quoted(Text(11)), Num(13), Num(12), Num(14), Num(15), Num(16), Num(17),
-          Num(18), Num(19), quoted(Text(20)), Num(21), box(0), box(1), quoted(abc),
+          std::to_string(m_ID), Text(3), Text(0), Text(1), Text(2), Text(4),
+          Text(5), text::FormatNumber(text::NumericValue(lbl(1).Caption())), Text(7), Text(8),
+          Text(9), Text(10), Text(11), Num(13), Num(12), Num(14), Num(15), Num(16), Num(17),
+          Num(18), Num(19), Text(20), Num(21), box(0), box(1), text::Quote(abc),
           // The two units alone are stored as they stand, untrimmed.
-          quoted(text::Lit(qnT(22).Text())), quoted(text::Lit(qnT(23).Text())), LookupNum(24), LookupNum(27), Num(26),
+          text::Quote(qnT(22).Text()), text::Quote(qnT(23).Text()), LookupNum(24), LookupNum(27), Num(26),
           LookupNum(25), box(7), Num(33), box(8)};
       sql = "insert into kmdcpml (产品ID,规格,物品编码,助忆词,物品名称,物品产地,条形码,"
             "产品类别ID,颜色,特性,尺寸,图号,物品说明,短缺限额,超储限额,参考进价,参考零售价,参考税额,参考批发价,损耗率,保质期,"
@@ -96,15 +95,15 @@ bool CPML::FileSave() {
       m_ID = static_cast<int32_t>(text::NumericValue(lbl(0).Caption()));
       // The category is not written: a product changes category only by being dragged.
       const std::pair<const char*, std::string> sets[] = {
-          {"物品编码=", quoted(Text(0))},     {"规格=", quoted(Text(3))},       {"物品名称=", quoted(Text(2))},
-          {"物品产地=", quoted(Text(4))},     {"助忆词=", quoted(Text(1))},     {"条形码=", quoted(Text(5))},
-          {"颜色=", quoted(Text(7))},         {"特性=", quoted(Text(8))},       {"尺寸=", quoted(Text(9))},
-          {"图号=", quoted(Text(10))},        {"物品说明=", quoted(Text(11))},  {"短缺限额=", Num(13)},
+          {"物品编码=", Text(0)},     {"规格=", Text(3)},       {"物品名称=", Text(2)},
+          {"物品产地=", Text(4)},     {"助忆词=", Text(1)},     {"条形码=", Text(5)},
+          {"颜色=", Text(7)},         {"特性=", Text(8)},       {"尺寸=", Text(9)},
+          {"图号=", Text(10)},        {"物品说明=", Text(11)},  {"短缺限额=", Num(13)},
           {"超储限额=", Num(12)},             {"参考进价=", Num(14)},           {"参考零售价=", Num(15)},
           {"参考税额=", Num(16)},             {"参考批发价=", Num(17)},         {"损耗率=", Num(18)},
-          {"保质期=", Num(19)},               {"缺省货位=", quoted(Text(20))},  {"换算比例=", Num(21)},
-          {"是否使用=", box(0)},              {"是否需批次管理=", box(1)},      {"ABC码=", quoted(abc)},
-          {"库存单位=", quoted(text::Lit(qnT(22).Text()))}, {"重量单位=", quoted(text::Lit(qnT(23).Text()))},
+          {"保质期=", Num(19)},               {"缺省货位=", Text(20)},  {"换算比例=", Num(21)},
+          {"是否使用=", box(0)},              {"是否需批次管理=", box(1)},      {"ABC码=", text::Quote(abc)},
+          {"库存单位=", text::Quote(qnT(22).Text())}, {"重量单位=", text::Quote(qnT(23).Text())},
           {"工艺路线ID=", LookupNum(24)},     {"主往来ID =", LookupNum(27)},    {"采购提前期=", Num(26)},
           {"来源ID=", LookupNum(25)},         {"是否需单件管理=", box(7)},      {"订货批量=", Num(33)},
           {"是否需保质期管理=", box(8)},
@@ -151,7 +150,7 @@ bool CPML::SaveSideTable() {
   } else if (err.empty()) {
     db->CreateCommand("Insert Into KMDCPMLB (产品ID,建议备库量,采购方式,最高采购价,最低销售价,业务员ID,物品名称英文) Values (" + id +
                           "," + Num(29) + "," + LookupNum(28) + "," + Num(30) + "," + Num(31) + "," + LookupNum(32) +
-                          ",'" + Text(34) + "')",
+                          "," + Text(34) + ")",
                       1)
         ->Execute();
     err = db->LastError().Description();
@@ -163,8 +162,8 @@ bool CPML::SaveSideTable() {
 bool CPML::SavePrice() {
   auto db = Database();
   auto attribute = [&](const std::string& caption) {
-    return ReadAttributeNumber(*db, "select text from xt_billattribute where ProgID=200008 and attribute ='参考进价' and caption='" +
-                                        caption + "'");
+    return ReadAttributeNumber(*db, "select text from xt_billattribute where ProgID=200008 and attribute ='参考进价' and caption=" +
+                                        text::Quote(caption));
   };
   if (attribute("是否保存到往来价格库") != 1) return true;
   bool zeroToo = attribute("为零是否保存到往来价格库") == 1;

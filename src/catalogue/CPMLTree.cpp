@@ -200,13 +200,13 @@ bool CPML::Find(const Value&) {
   // Text that no statement may hold (a NUL byte, invalid UTF-8) names no product either.
   if (m_FindText.empty() || !text::IsStorableText(m_FindText)) return true;
   // Not in the tree: the product may sit in a category that is not loaded yet.
-  std::string like = text::Lit(m_FindText);
   std::string sql =
       "SELECT top 1 KMDCPLB.类别编码"
       " FROM KMDCPML "
       " INNER JOIN KMDCPLB ON KMDCPML.产品类别ID = KMDCPLB.类别ID";
   if (!m_Subjects.empty()) sql += " WHERE KMDCPLB.对应科目编号 IN (" + m_Subjects + ")";
-  sql += " and (物品编码 like '%" + like + "%' or 物品名称 like '%" + like + "%') ORDER BY 类别编码,物品编码";
+  std::string like = text::Quote("%" + m_FindText + "%");
+  sql += " and (物品编码 like " + like + " or 物品名称 like " + like + ") ORDER BY 类别编码,物品编码";
   std::string code = ReadValue(sql).ToText();
   if (code.empty()) return true;
   if (m_Tv->NodeFind(found, code, "", true)) {
@@ -261,7 +261,7 @@ void CPML::MoveProduct(NodePtr source, NodePtr target) {
   if (m_Tv->IsParentNode(target, source)) return;
   if (!m_Tv->NodeMove(target, source, true)) return;
   auto db = Database();
-  db->CreateCommand("update kmdcpml set 产品类别ID = '" + text::Lit(target->Tag.ToText()) + "'  where 产品ID =" +
+  db->CreateCommand("update kmdcpml set 产品类别ID = " + text::Quote(target->Tag.ToText()) + "  where 产品ID =" +
                         source->Tag.ToText(),
                     1)
       ->Execute();

@@ -69,10 +69,8 @@ bool CPLB::InitSettings() {
   auto program = ReadProgram(*Database(), m_ProgramId);
   if (!program.Name.empty()) m_RootText = program.Name;
   // "k=1211,1243" restricts the page to those stock subjects, kept as "'1211','1243'".
-  m_KmFilter.clear();
   auto k = program.CommandLine.Item("k");
-  if (k.Found && !k.Value.empty())
-    for (const auto& item : text::Split(k.Value, ',')) m_KmFilter += (m_KmFilter.empty() ? "'" : ",'") + text::Lit(item) + "'";
+  m_KmFilter = k.Found ? text::QuoteList(k.Value) : "";
   ReadRule();
   qnT(4).ToolTipText = "往来应收分科目核算";
   qnT(4).SetVisible(IsSwitchOn(Context().Parameter(16, Value("Kmhs")).Value));

@@ -47,6 +47,9 @@ TEST(Text, ValReadsTheLeadingNumberOnly) {
   EXPECT_EQ(text::NumericValue("abc"), 0);
   EXPECT_EQ(text::FormatNumber(text::NumericValue("0.1")), "0.1");
   EXPECT_EQ(text::FormatNumber(text::NumericValue("100.0")), "100");
+  // A parameter line's list becomes literals for IN (...), quotes doubled.
+  EXPECT_EQ(text::QuoteList("1211,O'B"), "'1211','O''B'");
+  EXPECT_EQ(text::QuoteList(""), "");
 }
 
 TEST(Text, CountsInUtf16UnitsAndUpperCasesLatinOnly) {

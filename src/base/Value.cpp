@@ -19,6 +19,12 @@ Value FromWide(long long v) {
 Value::Value(long v) { *this = FromWide(v); }
 Value::Value(long long v) { *this = FromWide(v); }
 
+void Value::AssignText(const char* data, size_t size) {
+  if (auto* s = std::get_if<std::string>(&m_Data)) s->assign(data, size);
+  else m_Data.emplace<std::string>(data, size);
+  m_Type = Type::String;
+}
+
 Value Value::Null() {
   Value v;
   v.m_Type = Type::Null;

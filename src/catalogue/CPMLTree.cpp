@@ -84,7 +84,7 @@ bool CPML::Refresh() {
     }
     if (count > maxRows) {
       // Too many to show at once: each category with products gets a placeholder, loaded on expansion.
-      rs = db->CreateCommand(" select distinct 类别编码 FROM (" + base + ") a ORDER BY 类别编码 ", 1)->OpenRecordset();
+      rs = db->CreateCommand(" select distinct 类别编码 FROM (" + base + ") a ORDER BY 类别编码 ", 1)->OpenForwardOnly();
       for (; !rs->Eof(); rs->MoveNext()) {
         auto node = tv->Add(NodeRef(rs->Fields("类别编码").ToText()), view::tvwChild, "", "正在加载数据中,请稍等...", Value(5));
         node->Tag = Value(kWaiting);
@@ -92,8 +92,7 @@ bool CPML::Refresh() {
     } else {
       tv->SetVisible(false);
       rs = db->CreateCommand(" SELECT 类别编码,物品编码,物品名称,产品ID FROM (" + base + ") a ORDER BY 类别编码, 物品编码 ", 1)
-               ->OpenRecordset();
-      tv->Reserve(static_cast<size_t>(tv->Count() + rs->RecordCount()));
+               ->OpenForwardOnly();
       for (; !rs->Eof(); rs->MoveNext())
         AddProduct(rs->Fields("类别编码").ToText(), rs->Fields("物品编码").ToText(), rs->Fields("物品名称").ToText(),
                    rs->Fields("产品ID"), "刷新数据时出错：物品编码[");

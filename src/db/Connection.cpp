@@ -31,6 +31,34 @@ std::string RefusedStatement(const std::string& sql) {
   return "";
 }
 
+namespace {
+
+// A cursor over rows read in full beforehand.
+class ReadCursor : public Cursor {
+ public:
+  explicit ReadCursor(QueryResult result) : m_Result(std::move(result)) {}
+  const std::vector<std::string>& Columns() const override { return m_Result.columns; }
+  bool Next(Row& row) override {
+    if (m_Next >= m_Result.rows.size()) return false;
+    row = std::move(m_Result.rows[m_Next++]);
+    return true;
+  }
+  std::string Error() const override { return ""; }
+
+ private:
+  QueryResult m_Result;
+  size_t m_Next = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Cursor> Connection::OpenCursor(const std::string& sql, std::string& err) {
+  QueryResult result;
+  err = Run(sql, {}, &result);
+  if (!err.empty()) return nullptr;
+  return std::make_unique<ReadCursor>(std::move(result));
+}
+
 std::shared_ptr<Connection> Open(const std::string& address, bool create) {
   if (pg::IsAddress(address)) return std::make_shared<PgConnection>(address);
   return std::make_shared<SqliteConnection>(address, create);

@@ -22,6 +22,17 @@ struct QueryResult {
   std::vector<Row> rows;
 };
 
+// The rows of a running statement, read one at a time.
+class Cursor {
+ public:
+  virtual ~Cursor() = default;
+  virtual const std::vector<std::string>& Columns() const = 0;
+  // Reads the next row into `row`, reusing the room of its values; false after the last row or on
+  // a failure, which Error() then describes.
+  virtual bool Next(Row& row) = 0;
+  virtual std::string Error() const = 0;
+};
+
 // A driver's connection: runs exactly one statement of the suite's dialect (adapting it to its
 // engine), with optional "?" parameters. Failures are returned, never thrown.
 class Connection {
@@ -30,6 +41,9 @@ class Connection {
   // Runs one statement. Gives "" on success, else the error's description. `out` may be null.
   // Text after the first statement is refused as an error and not executed.
   virtual std::string Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) = 0;
+  // Runs a query whose rows are read as they come. On failure gives null and the error in `err`.
+  // The default reads all rows first, as Run does.
+  virtual std::unique_ptr<Cursor> OpenCursor(const std::string& sql, std::string& err);
   virtual std::string Begin() = 0;
   // Begins a transaction that holds the write lock from the start, waiting for it as long as the
   // driver waits for a lock.

@@ -25,6 +25,15 @@ class Command : public IDbCommand {
     return r.rows[0][0];
   }
 
+  RecordsetPtr OpenForwardOnly() override {
+    auto cursor = m_Db->OpenCursor(m_Sql);
+    if (!cursor) return std::make_shared<Recordset>();
+    std::weak_ptr<Database> weak = m_Db;
+    return std::make_shared<Recordset>(std::move(cursor), [weak](const std::string& err) {
+      if (auto db = weak.lock()) db->NoteFailure(err);
+    });
+  }
+
   RecordsetPtr OpenRecordset() override {
     QueryResult r;
     if (!m_Db->Run(m_Sql, &r).empty()) return std::make_shared<Recordset>();
@@ -86,19 +95,32 @@ std::string Database::Run(const std::string& sql, QueryResult* out) { return Run
 
 std::string Database::Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) {
   if (m_Trace) m_Trace(sql);
-  if (m_UnitDepth > 0 && ++m_UnitStatements == m_FailAt) {
-    m_LastError = "statement " + std::to_string(m_FailAt) + " failed on purpose";
-    if (out) *out = {};
-  } else if (m_UnitDepth > 0 && !m_Connection->InTransaction()) {
-    // The unit's transaction could not be begun, or the engine ended it after a failure: nothing
-    // more may run, since it would be written outside the unit.
-    m_LastError = m_UnitError.empty() ? "the transaction of the command has ended" : m_UnitError;
+  m_LastError = Gate();
+  if (!m_LastError.empty()) {
     if (out) *out = {};
   } else {
     m_LastError = m_Connection->Run(sql, params, out);
   }
   if (!m_LastError.empty()) NoteFailure(m_LastError);
   return m_LastError;
+}
+
+std::unique_ptr<Cursor> Database::OpenCursor(const std::string& sql) {
+  if (m_Trace) m_Trace(sql);
+  m_LastError = Gate();
+  std::unique_ptr<Cursor> cursor;
+  if (m_LastError.empty()) cursor = m_Connection->OpenCursor(sql, m_LastError);
+  if (!m_LastError.empty()) NoteFailure(m_LastError);
+  return cursor;
+}
+
+std::string Database::Gate() {
+  if (m_UnitDepth > 0 && ++m_UnitStatements == m_FailAt) return "statement " + std::to_string(m_FailAt) + " failed on purpose";
+  // The unit's transaction could not be begun, or the engine ended it after a failure: nothing
+  // more may run, since it would be written outside the unit.
+  if (m_UnitDepth > 0 && !m_Connection->InTransaction())
+    return m_UnitError.empty() ? "the transaction of the command has ended" : m_UnitError;
+  return "";
 }
 
 void Database::NoteFailure(const std::string& error) {

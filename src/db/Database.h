@@ -31,6 +31,8 @@ class IDbCommand {
   virtual int32_t Execute() = 0;
   virtual Value ExecuteScalar() = 0;
   virtual RecordsetPtr OpenRecordset() = 0;
+  // The rows as they come, for a loop that only moves forward (see Recordset); the same failures.
+  virtual RecordsetPtr OpenForwardOnly() { return OpenRecordset(); }
 };
 
 // How a host's unit of work ended.
@@ -118,6 +120,9 @@ class Database : public IDatabase, public IDbError, public IDbInfo,
   // The same with "?" parameters (the writes of an updatable recordset).
   std::string Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out);
 
+  // The same for a query read as it runs; null on failure.
+  std::unique_ptr<Cursor> OpenCursor(const std::string& sql);
+
   // Test seam: the n-th statement (1-based) of the next unit fails without running; 0: none.
   void FailNthStatement(int n) { m_FailAt = n; }
   // Statements the last unit ran or tried.
@@ -138,6 +143,9 @@ class Database : public IDatabase, public IDbError, public IDbInfo,
   bool m_UnitWrites = false;
   int64_t m_ChangesAtBegin = 0;
   bool m_Released = false;  // the unit let go of its transaction while a box waits
+  // Why the next statement may not run ("" when it may): the unit's failure seam or its ended
+  // transaction.
+  std::string Gate();
   // Begins the unit's transaction; a failure is the unit's failure.
   void BeginUnitTransaction();
 };

@@ -1,12 +1,32 @@
 #include "db/Recordset.h"
 
 #include "base/RuntimeError.h"
+#include "db/Connection.h"
 #include "base/Text.h"
 
 namespace kmd::db {
 
+Recordset::Recordset() = default;
+
 Recordset::Recordset(std::vector<std::string> columns, std::vector<Row> rows)
     : m_Columns(std::move(columns)), m_Rows(std::move(rows)) {}
+
+Recordset::Recordset(std::unique_ptr<Cursor> cursor, std::function<void(const std::string&)> failed)
+    : m_Columns(cursor->Columns()), m_Cursor(std::move(cursor)), m_Failed(std::move(failed)), m_ForwardOnly(true) {
+  m_Rows.emplace_back();
+  if (m_Cursor->Next(m_Rows[0])) return;
+  m_Rows.clear();
+  std::string err = m_Cursor->Error();
+  m_Cursor.reset();
+  if (!err.empty() && m_Failed) m_Failed(err);
+}
+
+Recordset::~Recordset() = default;
+
+void Recordset::Close() {
+  m_Closed = true;
+  m_Cursor.reset();
+}
 
 bool Recordset::Eof() const { return m_Pos >= m_Rows.size(); }
 bool Recordset::Bof() const { return m_Rows.empty(); }
@@ -71,16 +91,33 @@ void Recordset::SetField(int index, Value value) {
 void Recordset::MoveNext() {
   CheckOpen();
   if (Eof()) throw RuntimeError(kNoRow);
-  ++m_Pos;
+  if (!m_Cursor) {
+    ++m_Pos;
+    return;
+  }
+  m_Moved = true;
+  if (m_Cursor->Next(m_Rows[0])) return;
+  std::string err = m_Cursor->Error();
+  m_Cursor.reset();
+  m_Pos = 1;
+  if (err.empty()) return;
+  if (m_Failed) m_Failed(err);
+  throw RuntimeError(err);
 }
 
 void Recordset::MoveFirst() {
   CheckOpen();
+  if (m_Moved) throw RuntimeError("Rowset does not support fetching backward.");
   m_Pos = 0;
 }
 
 std::vector<Row> Recordset::GetRows() {
   CheckOpen();
+  if (m_ForwardOnly) {
+    std::vector<Row> out;
+    for (; !Eof(); MoveNext()) out.push_back(m_Rows[0]);
+    return out;
+  }
   std::vector<Row> out(m_Rows.begin() + static_cast<long>(std::min(m_Pos, m_Rows.size())), m_Rows.end());
   m_Pos = m_Rows.size();
   return out;

@@ -9,6 +9,7 @@
 namespace kmd::db {
 
 using Row = std::vector<Value>;
+class Cursor;
 
 // The rows of one statement, read into memory, with the cursor operations the forms use
 // (an ADODB-like recordset). Field names are found without regard to Latin case.
@@ -25,12 +26,19 @@ class Recordset {
   // The primary key columns of the table, in key order; empty when it has none.
   using KeyReader = std::function<std::vector<std::string>()>;
 
-  Recordset() = default;
+  Recordset();
   Recordset(std::vector<std::string> columns, std::vector<Row> rows);
+  // A forward-only recordset over a running statement: it holds the current row only, so a loop
+  // over many rows keeps no copy of them. RecordCount is -1, MoveFirst after a move is an error,
+  // and it is not updatable. A failure while reading is raised by MoveNext, and `failed` is told.
+  Recordset(std::unique_ptr<Cursor> cursor, std::function<void(const std::string&)> failed);
+  ~Recordset();
+  Recordset(const Recordset&) = delete;
+  Recordset& operator=(const Recordset&) = delete;
 
   bool Eof() const;
   bool Bof() const;
-  int32_t RecordCount() const { return static_cast<int32_t>(m_Rows.size()); }
+  int32_t RecordCount() const { return m_ForwardOnly ? -1 : static_cast<int32_t>(m_Rows.size()); }
   const std::vector<std::string>& Columns() const { return m_Columns; }
   // Column position by name, -1 when absent.
   int ColumnIndex(const std::string& name) const;
@@ -45,7 +53,7 @@ class Recordset {
 
   void MoveNext();
   void MoveFirst();
-  void Close() { m_Closed = true; }
+  void Close();
   bool IsClosed() const { return m_Closed; }
 
   // All remaining rows, as GetRows gives them (rows here, not columns).
@@ -64,7 +72,11 @@ class Recordset {
  private:
   void CheckOpen() const;
   std::vector<std::string> m_Columns;
-  std::vector<Row> m_Rows;
+  std::vector<Row> m_Rows;  // a forward-only recordset's current row is m_Rows[0]
+  std::unique_ptr<Cursor> m_Cursor;
+  std::function<void(const std::string&)> m_Failed;
+  bool m_ForwardOnly = false;
+  bool m_Moved = false;  // a forward-only recordset has left its first row
   size_t m_Pos = 0;
   bool m_Closed = false;
   bool m_Adding = false;

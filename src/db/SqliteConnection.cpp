@@ -48,22 +48,41 @@ bool OnlyBlanksOrSemicolons(const char* p) {
   return true;
 }
 
-Value ColumnValue(sqlite3_stmt* st, int i) {
+// Reads a column into `v`; a text goes into the room `v` has.
+void ReadColumn(sqlite3_stmt* st, int i, Value& v) {
   switch (sqlite3_column_type(st, i)) {
     case SQLITE_INTEGER:
-      return Value(static_cast<long long>(sqlite3_column_int64(st, i)));
+      v = Value(static_cast<long long>(sqlite3_column_int64(st, i)));
+      break;
     case SQLITE_FLOAT:
-      return Value(sqlite3_column_double(st, i));
-    case SQLITE_TEXT:
-      return Value(std::string(reinterpret_cast<const char*>(sqlite3_column_text(st, i)),
-                               static_cast<size_t>(sqlite3_column_bytes(st, i))));
+      v = Value(sqlite3_column_double(st, i));
+      break;
+    case SQLITE_TEXT: {
+      const char* p = reinterpret_cast<const char*>(sqlite3_column_text(st, i));
+      v.AssignText(p, static_cast<size_t>(sqlite3_column_bytes(st, i)));
+      break;
+    }
     case SQLITE_BLOB: {
       const auto* p = static_cast<const unsigned char*>(sqlite3_column_blob(st, i));
-      return Value(Value::Bytes(p, p + sqlite3_column_bytes(st, i)));
+      v = Value(Value::Bytes(p, p + sqlite3_column_bytes(st, i)));
+      break;
     }
     default:
-      return Value::Null();
+      v = Value::Null();
   }
+}
+
+void ReadRow(sqlite3_stmt* st, Row& row) {
+  auto n = static_cast<size_t>(sqlite3_column_count(st));
+  row.resize(n);
+  for (size_t i = 0; i < n; ++i) ReadColumn(st, static_cast<int>(i), row[i]);
+}
+
+std::vector<std::string> ColumnNames(sqlite3_stmt* st) {
+  std::vector<std::string> names;
+  int n = sqlite3_column_count(st);
+  for (int i = 0; i < n; ++i) names.emplace_back(sqlite3_column_name(st, i));
+  return names;
 }
 
 void Bind(sqlite3_stmt* st, int i, const Value& v) {
@@ -95,46 +114,103 @@ void Bind(sqlite3_stmt* st, int i, const Value& v) {
 
 }  // namespace
 
-std::string SqliteConnection::Error() const {
-  int code = sqlite3_errcode(m_Db) & 0xFF;
+namespace {
+
+std::string ErrorOf(sqlite3* db) {
+  int code = sqlite3_errcode(db) & 0xFF;
   if (code == SQLITE_BUSY || code == SQLITE_LOCKED) return kBusyText;
   // A write past the file-size limit or onto a full disk is the engine's "full" error.
-  int sys = sqlite3_system_errno(m_Db);
+  int sys = sqlite3_system_errno(db);
   if (code == SQLITE_IOERR && (sys == EFBIG || sys == ENOSPC)) return sqlite3_errstr(SQLITE_FULL);
-  return sqlite3_errmsg(m_Db);
+  return sqlite3_errmsg(db);
 }
 
-std::string SqliteConnection::Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) {
+}  // namespace
+
+std::string SqliteConnection::Error() const { return ErrorOf(m_Db); }
+
+std::string SqliteConnection::Prepare(const std::string& sql, const std::vector<Value>& params, sqlite3_stmt*& st) {
+  st = nullptr;
   if (std::string why = RefusedStatement(sql); !why.empty()) return why;
   std::string adapted = dialect::ToSqlite(sql);
-  sqlite3_stmt* st = nullptr;
   const char* tail = nullptr;
   int rc = sqlite3_prepare_v2(m_Db, adapted.c_str(), static_cast<int>(adapted.size()), &st, &tail);
   if (rc != SQLITE_OK) return Error();
   if (!st) return "empty statement";
   if (tail && !OnlyBlanksOrSemicolons(tail)) {
     sqlite3_finalize(st);
+    st = nullptr;
     return "only one statement may be run at a time";
   }
   for (size_t i = 0; i < params.size(); ++i) Bind(st, static_cast<int>(i + 1), params[i]);
+  return "";
+}
+
+std::string SqliteConnection::Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) {
+  sqlite3_stmt* st = nullptr;
+  if (std::string err = Prepare(sql, params, st); !err.empty()) return err;
   if (out) {
-    out->columns.clear();
+    out->columns = ColumnNames(st);
     out->rows.clear();
-    int n = sqlite3_column_count(st);
-    for (int i = 0; i < n; ++i) out->columns.emplace_back(sqlite3_column_name(st, i));
   }
+  int rc;
   while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
     if (!out) continue;
-    int n = sqlite3_column_count(st);
-    Row row;
-    row.reserve(static_cast<size_t>(n));
-    for (int i = 0; i < n; ++i) row.push_back(ColumnValue(st, i));
-    out->rows.push_back(std::move(row));
+    ReadRow(st, out->rows.emplace_back());
   }
   std::string err;
   if (rc != SQLITE_DONE) err = Error();
   sqlite3_finalize(st);
   return err;
+}
+
+namespace {
+
+// The live statement of a query. Its first step ran when it was opened, so that the failures of a
+// statement that runs at all show there, as with Run.
+class SqliteCursor : public Cursor {
+ public:
+  // The statement keeps its connection's handle open (a closed connection waits for its
+  // statements), so a cursor may outlive the connection object.
+  SqliteCursor(sqlite3_stmt* st, int firstStep) : m_St(st), m_Columns(ColumnNames(st)), m_Step(firstStep) {}
+  ~SqliteCursor() override { sqlite3_finalize(m_St); }
+  SqliteCursor(const SqliteCursor&) = delete;
+  SqliteCursor& operator=(const SqliteCursor&) = delete;
+
+  const std::vector<std::string>& Columns() const override { return m_Columns; }
+  bool Next(Row& row) override {
+    if (m_Started) m_Step = m_Step == SQLITE_ROW ? sqlite3_step(m_St) : m_Step;
+    m_Started = true;
+    if (m_Step == SQLITE_ROW) {
+      ReadRow(m_St, row);
+      return true;
+    }
+    if (m_Step != SQLITE_DONE && m_Error.empty()) m_Error = ErrorOf(sqlite3_db_handle(m_St));
+    return false;
+  }
+  std::string Error() const override { return m_Error; }
+
+ private:
+  sqlite3_stmt* m_St;
+  std::vector<std::string> m_Columns;
+  int m_Step;
+  bool m_Started = false;
+  std::string m_Error;
+};
+
+}  // namespace
+
+std::unique_ptr<Cursor> SqliteConnection::OpenCursor(const std::string& sql, std::string& err) {
+  sqlite3_stmt* st = nullptr;
+  err = Prepare(sql, {}, st);
+  if (!err.empty()) return nullptr;
+  int rc = sqlite3_step(st);
+  if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
+    err = Error();
+    sqlite3_finalize(st);
+    return nullptr;
+  }
+  return std::make_unique<SqliteCursor>(st, rc);
 }
 
 std::string SqliteConnection::Begin() { return Run("BEGIN", {}, nullptr); }

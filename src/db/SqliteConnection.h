@@ -4,6 +4,7 @@
 #include "db/Connection.h"
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace kmd::db {
 
@@ -19,6 +20,7 @@ class SqliteConnection : public Connection {
   SqliteConnection& operator=(const SqliteConnection&) = delete;
 
   std::string Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) override;
+  std::unique_ptr<Cursor> OpenCursor(const std::string& sql, std::string& err) override;
   std::string Begin() override;
   std::string BeginImmediate() override;
   int64_t Changes() const override;
@@ -32,6 +34,8 @@ class SqliteConnection : public Connection {
  private:
   // The last error's text; another connection's lock is the driver-independent busy text.
   std::string Error() const;
+  // Prepares one statement and binds its parameters; gives "" or why it cannot run.
+  std::string Prepare(const std::string& sql, const std::vector<Value>& params, sqlite3_stmt*& st);
   sqlite3* m_Db = nullptr;
 };
 

@@ -102,13 +102,12 @@ bool FlatDictionary::Refresh() {
 }
 
 bool FlatDictionary::LoadNodes(db::IDatabase& db) {
-  auto rs = db.CreateCommand(m_LoadSql, 1)->OpenRecordset();
+  auto rs = db.CreateCommand(m_LoadSql, 1)->OpenForwardOnly();
   std::string err = db.LastError().Description();
   if (!err.empty()) {
     RaiseErrMessage(m_LoadErrorPrefix + err, kFailure, m_Title);
     return false;
   }
-  Tree()->Reserve(static_cast<size_t>(Tree()->Count() + rs->RecordCount()));
   while (!rs->Eof()) {
     std::string id = text::Trim(Str(*rs, m_IdColumn));
     std::string code = m_CodeColumn.empty() ? "" : Str(*rs, m_CodeColumn);

@@ -117,14 +117,13 @@ bool CodedHierarchy::LoadTree() {
   m_Tv->ClearTreeView();
   AddRoots();
   auto db = Database();
-  auto rs = db->CreateCommand(LoadSql(), 1)->OpenRecordset();
+  auto rs = db->CreateCommand(LoadSql(), 1)->OpenForwardOnly();
   std::string err = db->LastError().Description();
   if (!err.empty()) {
     m_Tv->Redraw(true);
     RaiseErrMessage(err, kFailure, m_Title);
     return false;
   }
-  Tree()->Reserve(static_cast<size_t>(Tree()->Count() + rs->RecordCount()));
   while (!rs->Eof()) {
     LoadRecord(*rs);
     rs->MoveNext();

@@ -1,7 +1,8 @@
 #include "view/TreeView.h"
 
 #include <algorithm>
-#include <tuple>
+#include <cstddef>
+#include <new>
 
 #include "base/RuntimeError.h"
 
@@ -11,7 +12,62 @@ bool ImageList::HasKey(const std::string& key) const {
   return std::find(m_Keys.begin(), m_Keys.end(), key) != m_Keys.end();
 }
 
+// Memory for the nodes of one load. Nodes are allocated one after another, so that walks over a
+// large tree read memory in order, and nothing is freed one by one: the blocks go together when
+// the tree and every kept reference to its nodes have let the arena go.
+class NodeArena {
+ public:
+  void* Allocate(size_t size, size_t align) {
+    size_t at = (m_Used + align - 1) & ~(align - 1);
+    while (m_Current < m_Blocks.size() && at + size > m_Blocks[m_Current].size) {
+      ++m_Current;  // a block kept from an earlier load, or a new one
+      at = 0;
+    }
+    if (m_Current == m_Blocks.size()) {
+      size_t last = m_Blocks.empty() ? 0 : m_Blocks.back().size;
+      size_t blockSize = std::max(size, std::min<size_t>(last ? last * 2 : 16 * 1024, 1024 * 1024));
+      m_Blocks.push_back({std::unique_ptr<std::byte[]>(new std::byte[blockSize]), blockSize});
+      at = 0;
+    }
+    m_Used = at + size;
+    return m_Blocks[m_Current].data.get() + at;
+  }
+  // Starts over in the blocks already held, once no node of theirs is left: a tree loaded again
+  // writes into memory it has touched before.
+  void Reset() {
+    m_Current = 0;
+    m_Used = 0;
+  }
+
+ private:
+  struct Block {
+    std::unique_ptr<std::byte[]> data;
+    size_t size;
+  };
+  std::vector<Block> m_Blocks;
+  size_t m_Current = 0;
+  size_t m_Used = 0;
+};
+
 namespace {
+
+// The allocator of a node and its shared count; each keeps the arena alive.
+template <class T>
+struct ArenaAllocator {
+  using value_type = T;
+  std::shared_ptr<NodeArena> arena;
+  explicit ArenaAllocator(std::shared_ptr<NodeArena> a) : arena(std::move(a)) {}
+  template <class U>
+  ArenaAllocator(const ArenaAllocator<U>& other) : arena(other.arena) {}
+  T* allocate(size_t n) {
+    static_assert(alignof(T) <= alignof(std::max_align_t));
+    return static_cast<T*>(arena->Allocate(n * sizeof(T), alignof(T)));
+  }
+  void deallocate(T*, size_t) {}
+  template <class U>
+  bool operator==(const ArenaAllocator<U>& other) const { return arena == other.arena; }
+};
+
 NodePtr Share(Node* n) { return n ? n->shared_from_this() : nullptr; }
 
 [[noreturn]] void NotFound() { throw RuntimeError(kErrElementNotFound, "TreeView", "Element not found"); }
@@ -84,7 +140,8 @@ void Node::EnsureVisible() {
   if (m_Tree) m_Tree->EnsureVisible(this);
 }
 
-TreeView::TreeView(std::string name, int index) : Control("TreeView", std::move(name), index) {
+TreeView::TreeView(std::string name, int index)
+    : Control("TreeView", std::move(name), index), m_Arena(std::make_shared<NodeArena>()) {
   SetWidth(3000);
   SetHeight(4800);
 }
@@ -163,13 +220,9 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::stri
     }
   }
   if (relationship < tvwFirst || relationship > tvwChild) throw RuntimeError("Invalid procedure call or argument");
-  auto slot = m_ByKey.end();
-  if (!key.empty()) {
-    bool added = false;
-    std::tie(slot, added) = m_ByKey.try_emplace(key, nullptr);
-    if (!added) throw RuntimeError(kErrKeyNotUnique, "TreeView", "Key is not unique in collection");
-  }
-  auto node = std::make_shared<Node>();
+  if (!key.empty() && m_ByKey.find(key) != m_ByKey.end())
+    throw RuntimeError(kErrKeyNotUnique, "TreeView", "Key is not unique in collection");
+  auto node = std::allocate_shared<Node>(ArenaAllocator<Node>(m_Arena));
   node->m_Tree = this;
   node->m_Key = key;
   node->Text = text;
@@ -178,7 +231,7 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::stri
   Link(node.get(), rel, relationship);
   m_All.push_back(node);
   node->m_Index = m_All.size();
-  if (slot != m_ByKey.end()) slot->second = node.get();
+  if (!key.empty()) m_ByKey.emplace(node->m_Key, node.get());
   return node;
 }
 
@@ -225,19 +278,22 @@ void TreeView::Remove(const NodePtr& node) {
 void TreeView::RemoveAt(int index) { Remove(Item(index)); }
 
 void TreeView::Clear() {
+  m_ByKey.clear();
+  m_LastRelative = nullptr;
+  m_Selected = nullptr;
+  m_DropHighlight = nullptr;
+  m_ScrollTarget = nullptr;
   for (auto& n : m_All) {
     n->m_Tree = nullptr;
     n->m_Parent = n->m_FirstChild = n->m_LastChild = n->m_NextSib = n->m_PrevSib = nullptr;
     n->m_ChildCount = 0;
   }
   m_All.clear();
-  m_ByKey.clear();
-  m_LastRelative = nullptr;
+  // Nodes somebody still holds keep their arena; the tree then takes a new one.
+  if (m_Arena.use_count() == 1) m_Arena->Reset();
+  else m_Arena = std::make_shared<NodeArena>();
   m_RowsValid = false;
   m_FirstRoot = m_LastRoot = nullptr;
-  m_Selected = nullptr;
-  m_DropHighlight = nullptr;
-  m_ScrollTarget = nullptr;
   m_FirstRow = 0;
   m_InDrag = false;
 }

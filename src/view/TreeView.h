@@ -2,8 +2,10 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <unordered_map>
+#include <string_view>
 #include <vector>
+
+#include <tsl/robin_map.h>
 
 #include "base/Value.h"
 #include "view/Control.h"
@@ -12,6 +14,7 @@ namespace kmd::view {
 
 class TreeView;
 class Node;
+class NodeArena;
 using NodePtr = std::shared_ptr<Node>;
 
 // The numbers of the collection's run-time errors.
@@ -218,7 +221,13 @@ class TreeView : public Control {
   // The relative named by key in the last Add: loads add many children to one parent in a row.
   std::string m_LastRelativeKey;
   Node* m_LastRelative = nullptr;
-  std::unordered_map<std::string, Node*> m_ByKey;
+  // Keys to nodes in one flat table; each key views the node's own m_Key, which never moves while
+  // the node is in the tree. The stored hash spares most key comparisons.
+  tsl::robin_map<std::string_view, Node*, std::hash<std::string_view>, std::equal_to<std::string_view>,
+                 std::allocator<std::pair<std::string_view, Node*>>, true>
+      m_ByKey;
+  // Where the nodes are allocated: one arena per load, freed in one piece once its last node goes.
+  std::shared_ptr<NodeArena> m_Arena;
   Node* m_FirstRoot = nullptr;
   Node* m_LastRoot = nullptr;
   NodePtr m_Selected;

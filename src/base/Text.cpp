@@ -156,14 +156,24 @@ bool EqualsNoCase(std::string_view a, std::string_view b) {
   return true;
 }
 
-bool ContainsUpper(std::string_view s, std::string_view upper) {
-  if (upper.empty()) return true;
-  if (s.size() < upper.size()) return false;
-  for (size_t i = 0, last = s.size() - upper.size(); i <= last; ++i) {
-    if (UpperLatin(s[i]) != upper[0]) continue;
+NoCaseFinder::NoCaseFinder(std::string_view pattern) : m_Upper(UCase(pattern)), m_Mask(m_Upper.size(), '\xFF') {
+  // Clearing bit 0x20 turns a and A alike into A, and no other byte into a letter.
+  for (size_t i = 0; i < m_Upper.size(); ++i)
+    if (m_Upper[i] >= 'A' && m_Upper[i] <= 'Z') m_Mask[i] = static_cast<char>(0xDF);
+}
+
+bool NoCaseFinder::In(std::string_view s) const {
+  size_t n = m_Upper.size();
+  if (n == 0) return true;
+  if (s.size() < n) return false;
+  const char* upper = m_Upper.data();
+  const char* mask = m_Mask.data();
+  const char first = upper[0], firstMask = mask[0];
+  for (const char *p = s.data(), *end = s.data() + (s.size() - n); p <= end; ++p) {
+    if ((*p & firstMask) != first) continue;
     size_t k = 1;
-    while (k < upper.size() && UpperLatin(s[i + k]) == upper[k]) ++k;
-    if (k == upper.size()) return true;
+    while (k < n && (p[k] & mask[k]) == upper[k]) ++k;
+    if (k == n) return true;
   }
   return false;
 }

@@ -36,9 +36,18 @@ std::string FormatNumber(double v);
 std::string UCase(std::string_view s);
 std::string LCase(std::string_view s);
 bool EqualsNoCase(std::string_view a, std::string_view b);
-// Whether `s` holds `upper` (already upper-cased by UCase) without regard to Latin case; without
-// copying `s`.
-bool ContainsUpper(std::string_view s, std::string_view upper);
+// Finds a text inside others without regard to Latin case, for searches over many texts: the
+// pattern is prepared once, and each byte is compared under a mask that folds case only where the
+// pattern has a letter, so that no text is copied or converted.
+class NoCaseFinder {
+ public:
+  explicit NoCaseFinder(std::string_view pattern);
+  bool In(std::string_view s) const;
+
+ private:
+  std::string m_Upper;
+  std::string m_Mask;
+};
 
 // UTF-16 code unit counts and slices.
 std::u16string ToUtf16(std::string_view s);

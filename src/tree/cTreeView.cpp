@@ -115,14 +115,14 @@ bool cTreeView::NodeDelete(const NodePtr& node, bool /*bSelect*/) {
   auto selected = m_Tree->SelectedItem();
   if (node->Text != (selected ? selected->Text : std::string())) RaiseSelected(NextNode);
   if (auto s = m_Tree->SelectedItem()) s->EnsureVisible();
-  m_Tree->RemoveAt(node->Index());
+  m_Tree->Remove(node);
   FocusTree();
   return true;
 }
 
-const view::Node* cTreeView::NodeFindFrom(const view::Node* node, const std::string& upper, int fromIndex,
+const view::Node* cTreeView::NodeFindFrom(const view::Node* node, const text::NoCaseFinder& finder, int fromIndex,
                                           bool& passed) {
-  bool match = text::ContainsUpper(node->Text, upper);
+  bool match = finder.In(node->Text);
   int index = node->Index();
   if (match) {
     if (index != fromIndex && passed) return node;
@@ -131,15 +131,33 @@ const view::Node* cTreeView::NodeFindFrom(const view::Node* node, const std::str
     passed = true;
   }
   for (const view::Node* child = node->FirstChildLink(); child; child = child->NextLink())
-    if (const view::Node* found = NodeFindFrom(child, upper, fromIndex, passed)) return found;
+    if (const view::Node* found = NodeFindFrom(child, finder, fromIndex, passed)) return found;
   return nullptr;
 }
 
 NodePtr cTreeView::FindFromFirst(const std::string& text, int fromIndex, bool passed) const {
-  std::string upper = text::UCase(text);
+  text::NoCaseFinder finder(text);
+  if (m_Tree->InAddOrder()) {
+    // The same walk down the array of nodes, one root's subtree after another, reading ahead so
+    // that a large tree's texts are in the cache when they are compared.
+    const auto& all = m_Tree->AllNodes();
+    constexpr size_t ahead = 16;
+    for (const view::Node* root = all.front().get(); root; root = root->NextLink()) {
+      bool walkPassed = passed;
+      size_t end = root->NextLink() ? static_cast<size_t>(root->NextLink()->Index() - 1) : all.size();
+      for (size_t i = static_cast<size_t>(root->Index() - 1); i < end; ++i) {
+        if (i + 2 * ahead < end) __builtin_prefetch(&all[i + 2 * ahead]->Text);
+        if (i + ahead < end) __builtin_prefetch(all[i + ahead]->Text.data());
+        int index = static_cast<int>(i + 1);
+        if (index != fromIndex && walkPassed && finder.In(all[i]->Text)) return all[i];
+        if (index == fromIndex) walkPassed = true;
+      }
+    }
+    return nullptr;
+  }
   for (const view::Node* node = m_Tree->Item(1).get(); node; node = node->NextLink()) {
     bool walkPassed = passed;
-    if (const view::Node* found = NodeFindFrom(node, upper, fromIndex, walkPassed))
+    if (const view::Node* found = NodeFindFrom(node, finder, fromIndex, walkPassed))
       return const_cast<view::Node*>(found)->shared_from_this();
   }
   return nullptr;

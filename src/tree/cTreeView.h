@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "base/Text.h"
 #include "base/Value.h"
 #include "view/Platform.h"
 #include "view/TreeView.h"
@@ -131,7 +132,8 @@ class cTreeView {
   void RaiseContextMenu(float x, float y);
 
   // `upper` is the text to find, upper-cased once by the caller.
-  static const view::Node* NodeFindFrom(const view::Node* node, const std::string& upper, int fromIndex, bool& passed);
+  static const view::Node* NodeFindFrom(const view::Node* node, const text::NoCaseFinder& finder, int fromIndex,
+                                        bool& passed);
   // The outer walk of NodeFind and NodeFindNext: from the first node in collection order over its
   // later siblings.
   NodePtr FindFromFirst(const std::string& text, int fromIndex, bool passed) const;

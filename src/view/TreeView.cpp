@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <new>
+
+#include <sys/mman.h>
 
 #include "base/RuntimeError.h"
 
@@ -25,8 +28,8 @@ class NodeArena {
     }
     if (m_Current == m_Blocks.size()) {
       size_t last = m_Blocks.empty() ? 0 : m_Blocks.back().size;
-      size_t blockSize = std::max(size, std::min<size_t>(last ? last * 2 : 16 * 1024, 1024 * 1024));
-      m_Blocks.push_back({std::unique_ptr<std::byte[]>(new std::byte[blockSize]), blockSize});
+      size_t blockSize = std::max(size, std::min(last ? last * 2 : 16 * 1024, kLargeBlock));
+      m_Blocks.push_back(NewBlock(blockSize));
       at = 0;
     }
     m_Used = at + size;
@@ -40,10 +43,22 @@ class NodeArena {
   }
 
  private:
+  struct Free {
+    void operator()(std::byte* p) const { std::free(p); }
+  };
   struct Block {
-    std::unique_ptr<std::byte[]> data;
+    std::unique_ptr<std::byte, Free> data;
     size_t size;
   };
+  // Blocks of a large tree are huge pages where the system gives them on request: a walk over
+  // the nodes then misses the address cache far less often.
+  static constexpr size_t kLargeBlock = 2 * 1024 * 1024;
+  static Block NewBlock(size_t size) {
+    void* p = size == kLargeBlock ? std::aligned_alloc(kLargeBlock, size) : std::malloc(size);
+    if (!p) throw std::bad_alloc();
+    if (size == kLargeBlock) madvise(p, size, MADV_HUGEPAGE);
+    return {std::unique_ptr<std::byte, Free>(static_cast<std::byte*>(p)), size};
+  }
   std::vector<Block> m_Blocks;
   size_t m_Current = 0;
   size_t m_Used = 0;
@@ -73,10 +88,7 @@ NodePtr Share(Node* n) { return n ? n->shared_from_this() : nullptr; }
 [[noreturn]] void NotFound() { throw RuntimeError(kErrElementNotFound, "TreeView", "Element not found"); }
 }  // namespace
 
-int Node::Index() const {
-  if (!m_Tree) throw RuntimeError("The node has been removed from its tree");
-  return static_cast<int>(m_Index);
-}
+void Node::NotInTree() { throw RuntimeError("The node has been removed from its tree"); }
 
 NodePtr Node::Parent() const { return Share(m_Parent); }
 NodePtr Node::Child() const { return Share(m_FirstChild); }
@@ -229,14 +241,19 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::stri
   node->Image = image;
   node->SelectedImage = selectedImage;
   Link(node.get(), rel, relationship);
+  // The new node ends the display order when neither it nor any of its ancestors has a next
+  // sibling; else the order of addition no longer is the display order.
+  for (const Node* n = node.get(); n && m_InAddOrder; n = n->m_Parent)
+    if (n->m_NextSib) m_InAddOrder = false;
   m_All.push_back(node);
   node->m_Index = m_All.size();
   if (!key.empty()) m_ByKey.emplace(node->m_Key, node.get());
   return node;
 }
 
-void TreeView::Reindex(size_t from) {
-  for (size_t i = from; i < m_All.size(); ++i) m_All[i]->m_Index = i + 1;
+void TreeView::Renumber() const {
+  for (size_t i = m_StaleFrom - 1; i < m_All.size(); ++i) m_All[i]->m_Index = i + 1;
+  m_StaleFrom = kNoneStale;
 }
 
 void TreeView::Remove(const NodePtr& node) {
@@ -250,7 +267,9 @@ void TreeView::Remove(const NodePtr& node) {
     if (s == node.get()) selectionGoes = true;
   Node* replacement = node->m_NextSib ? node->m_NextSib : node->m_PrevSib ? node->m_PrevSib : node->m_Parent;
   Unlink(node.get());
-  // Mark the subtree as removed.
+  // Mark the subtree as removed, and detach the links inside it so that a kept reference walks
+  // nothing stale.
+  std::vector<Node*> removed;
   std::vector<Node*> stack{node.get()};
   while (!stack.empty()) {
     Node* n = stack.back();
@@ -258,18 +277,19 @@ void TreeView::Remove(const NodePtr& node) {
     n->m_Tree = nullptr;
     if (!n->m_Key.empty()) m_ByKey.erase(n->m_Key);
     for (Node* c = n->m_FirstChild; c; c = c->m_NextSib) stack.push_back(c);
+    removed.push_back(n);
   }
-  size_t first = node->m_Index - 1;
-  auto it = std::stable_partition(m_All.begin() + static_cast<long>(first), m_All.end(),
-                                  [](const NodePtr& n) { return n->m_Tree != nullptr; });
-  // Detach links inside the removed subtree so that a kept reference walks nothing stale.
-  for (auto i = it; i != m_All.end(); ++i) {
-    Node* n = i->get();
+  for (Node* n : removed) {
     n->m_Parent = n->m_FirstChild = n->m_LastChild = n->m_NextSib = n->m_PrevSib = nullptr;
     n->m_ChildCount = 0;
   }
-  m_All.erase(it, m_All.end());
-  Reindex(first);
+  // The array closes up by comparing addresses only, so the nodes after the removed ones are not
+  // read; their numbers are put right when somebody asks for one.
+  std::sort(removed.begin(), removed.end());
+  auto gone = [&removed](const NodePtr& n) { return std::binary_search(removed.begin(), removed.end(), n.get()); };
+  auto first = std::find_if(m_All.begin(), m_All.end(), gone);
+  m_StaleFrom = std::min(m_StaleFrom, static_cast<size_t>(first - m_All.begin()) + 1);
+  m_All.erase(std::remove_if(first, m_All.end(), gone), m_All.end());
   if (selectionGoes) m_Selected = Share(replacement);
   if (m_DropHighlight && !m_DropHighlight->m_Tree) m_DropHighlight = nullptr;
   if (m_ScrollTarget && !m_ScrollTarget->m_Tree) m_ScrollTarget = nullptr;
@@ -294,6 +314,8 @@ void TreeView::Clear() {
   else m_Arena = std::make_shared<NodeArena>();
   m_RowsValid = false;
   m_FirstRoot = m_LastRoot = nullptr;
+  m_InAddOrder = true;
+  m_StaleFrom = kNoneStale;
   m_FirstRow = 0;
   m_InDrag = false;
 }
@@ -401,6 +423,7 @@ void TreeView::Reparent(Node* node, Node* parent) {
     if (p == node) throw RuntimeError("Failed setting Parent property: the new parent is a descendant of the node");
   Unlink(node);
   Link(node, parent, parent ? tvwChild : tvwLast);
+  m_InAddOrder = false;
 }
 
 void TreeView::UserExpand(const NodePtr& node) {

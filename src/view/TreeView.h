@@ -38,6 +38,20 @@ class ImageList {
 // A node of a TreeView. A reference to a node stays valid after the node is removed; the removed
 // node keeps its Text, Key and Tag but belongs to no tree (Index then is a run-time error).
 class Node : public std::enable_shared_from_this<Node> {
+ private:
+  friend class TreeView;
+  // The links and the text come first, so that a walk over a large tree reads one line of memory
+  // per node.
+  TreeView* m_Tree = nullptr;
+  size_t m_Index = 0;
+  Node* m_Parent = nullptr;
+  Node* m_FirstChild = nullptr;
+  Node* m_NextSib = nullptr;
+  Node* m_LastChild = nullptr;
+  Node* m_PrevSib = nullptr;
+  int m_ChildCount = 0;
+  bool m_Expanded = false;
+
  public:
   std::string Text;
   Value Tag;
@@ -53,7 +67,7 @@ class Node : public std::enable_shared_from_this<Node> {
 
   const std::string& Key() const { return m_Key; }
   // 1-based position in the collection's order of addition; closes up after a removal.
-  int Index() const;
+  inline int Index() const;
   bool InTree() const { return m_Tree != nullptr; }
   TreeView* Tree() const { return m_Tree; }
 
@@ -65,6 +79,7 @@ class Node : public std::enable_shared_from_this<Node> {
   // The first child and the next sibling as plain links (null at the end), for walks that keep
   // no reference to the nodes they pass.
   const Node* FirstChildLink() const { return m_FirstChild; }
+  const Node* ParentLink() const { return m_Parent; }
   const Node* NextLink() const { return m_NextSib; }
   int Children() const;
   NodePtr Next() const;
@@ -85,17 +100,8 @@ class Node : public std::enable_shared_from_this<Node> {
   void EnsureVisible();
 
  private:
-  friend class TreeView;
-  TreeView* m_Tree = nullptr;
+  [[noreturn]] static void NotInTree();
   std::string m_Key;
-  size_t m_Index = 0;
-  bool m_Expanded = false;
-  Node* m_Parent = nullptr;
-  Node* m_FirstChild = nullptr;
-  Node* m_LastChild = nullptr;
-  Node* m_NextSib = nullptr;
-  Node* m_PrevSib = nullptr;
-  int m_ChildCount = 0;
   // The node's row among the visible rows when m_RowStamp is the tree's stamp of those rows.
   int m_Row = 0;
   uint64_t m_RowStamp = 0;
@@ -141,6 +147,9 @@ class TreeView : public Control {
   NodePtr FindKey(const std::string& key) const;  // null when absent
   const std::vector<NodePtr>& AllNodes() const { return m_All; }
   std::vector<NodePtr> Roots() const;
+  // Whether AllNodes is in display order (every node was added after the ones above it and nothing
+  // moved since the last Clear), so that a walk in display order may run down the array.
+  bool InAddOrder() const { return m_InAddOrder; }
 
   NodePtr SelectedItem() const { return m_Selected; }
   // Selects the node (null clears the selection). Raises no event.
@@ -209,9 +218,12 @@ class TreeView : public Control {
   std::string ShownText() const override;
 
  private:
+  friend class Node;
   void Link(Node* node, Node* relative, int relationship);
   void Unlink(Node* node);
-  void Reindex(size_t from);
+  // Numbers the nodes from the first whose number is stale.
+  void Renumber() const;
+  static constexpr size_t kNoneStale = static_cast<size_t>(-1);
   void ResolveScroll() const;
 
   std::vector<NodePtr> m_All;
@@ -228,6 +240,9 @@ class TreeView : public Control {
       m_ByKey;
   // Where the nodes are allocated: one arena per load, freed in one piece once its last node goes.
   std::shared_ptr<NodeArena> m_Arena;
+  bool m_InAddOrder = true;
+  // Nodes at this 1-based position or later may hold an old number (after a removal).
+  mutable size_t m_StaleFrom = kNoneStale;
   Node* m_FirstRoot = nullptr;
   Node* m_LastRoot = nullptr;
   NodePtr m_Selected;
@@ -240,6 +255,12 @@ class TreeView : public Control {
   float m_LastX = 0;
   float m_LastY = 0;
 };
+
+int Node::Index() const {
+  if (!m_Tree) NotInTree();
+  if (m_Index >= m_Tree->m_StaleFrom) m_Tree->Renumber();
+  return static_cast<int>(m_Index);
+}
 
 constexpr int vbLeftButton = 1;
 constexpr int vbRightButton = 2;

@@ -64,3 +64,14 @@ TEST(Text, CountsInUtf16UnitsAndUpperCasesLatinOnly) {
   EXPECT_EQ(text::Trim("  a b  "), "a b");
   EXPECT_EQ(text::Split("k=1;x=a,b", ';').size(), 2u);
 }
+
+TEST(Text, NoCaseFinderFoldsLatinLettersOnly) {
+  text::NoCaseFinder finder("aB@1");
+  EXPECT_TRUE(finder.In("xxAb@1"));
+  EXPECT_TRUE(finder.In("ab@1"));
+  EXPECT_FALSE(finder.In("ab`1"));   // '`' is not '@' in another case
+  EXPECT_FALSE(finder.In("ab@"));    // shorter than the pattern
+  EXPECT_FALSE(finder.In("\xC1\xE2@1"));  // bytes that differ from the letters by 0x80
+  EXPECT_TRUE(text::NoCaseFinder("单位").In("计量单位"));
+  EXPECT_TRUE(text::NoCaseFinder("").In(""));
+}

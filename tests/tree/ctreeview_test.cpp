@@ -227,3 +227,56 @@ TEST_F(TreeTest, VisibleRowsFollowAddsExpansionsMovesAndRemovals) {
   EXPECT_EQ(rowsNow(), "ROOT a a2 ");
   EXPECT_EQ(ctrl.RowOf(root.get()), 0);
 }
+
+// Find runs down the array of nodes while it is in display order, and walks the links once a move
+// has broken that order: both walks find the same nodes, with two roots and a find-next from every
+// node.
+TEST_F(TreeTest, FindGivesTheSameNodesInAddOrderAndAfterAMove) {
+  view::TreeView other;
+  cTreeView moved(platform);
+  moved.HookCtrl(&other, std::make_shared<view::ImageList>(std::vector<std::string>{"a", "b", "DRAGICON"}));
+  for (auto* t : {&tv, &moved}) {
+    t->NodeAdd({}, -1, "R1", "first root");
+    for (int i = 1; i <= 6; ++i) {
+      std::string parent = i % 3 == 1 ? "R1" : "k" + std::to_string(i - 1);
+      t->NodeAdd(NodeRef(parent), view::tvwChild, "k" + std::to_string(i), "item " + std::string(i % 2 ? "Ab" : "x"));
+    }
+    t->NodeAdd({}, -1, "R2", "second AB root");
+    t->NodeAdd(NodeRef("R2"), view::tvwChild, "k7", "last ab");
+  }
+  ASSERT_TRUE(ctrl.InAddOrder());
+  // Moving the last child of R2 under R2 again changes nothing but the order flag.
+  other.FindKey("k7")->SetParent(other.FindKey("R2"));
+  ASSERT_FALSE(other.InAddOrder());
+  for (int from = 0; from <= ctrl.Count(); ++from) {
+    NodePtr a, b;
+    bool foundA = tv.NodeFindNext(a, "ab", from), foundB = moved.NodeFindNext(b, "ab", from);
+    ASSERT_EQ(foundA, foundB) << "from " << from;
+    if (foundA) {
+      EXPECT_EQ(a->Key(), b->Key()) << "from " << from;
+    }
+  }
+}
+
+TEST_F(TreeTest, IndexesStayRightAfterRemovingAMovedSubtree) {
+  Add({}, "ROOT", "root");
+  auto a = Add("ROOT", "k1", "a");
+  auto b = Add("ROOT", "k2", "b");
+  auto c = Add("ROOT", "k3", "c");
+  auto d = Add("ROOT", "k4", "d");
+  // a now hangs under d, so the subtree of d holds a node added before it.
+  a->SetParent(d);
+  ctrl.Remove(d);
+  EXPECT_EQ(ctrl.Count(), 3);
+  EXPECT_EQ(b->Index(), 2);
+  EXPECT_EQ(c->Index(), 3);
+  EXPECT_EQ(ctrl.Item(2), b);
+  EXPECT_FALSE(a->InTree());
+  EXPECT_EQ(ctrl.FindKey("k1"), nullptr);
+  // Two removals before any number is read.
+  auto e = Add("ROOT", "k5", "e");
+  ctrl.Remove(b);
+  ctrl.Remove(c);
+  EXPECT_EQ(e->Index(), 2);
+  EXPECT_EQ(ctrl.Item(2), e);
+}

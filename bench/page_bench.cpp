@@ -96,32 +96,40 @@ void PageRequests(benchmark::State& state) {
   CloseWindow(host, id);
 }
 
-double ResidentMb() {
-  std::ifstream statm("/proc/self/statm");
-  long pages = 0, resident = 0;
-  statm >> pages >> resident;
-  return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0);
+// Resident memory in MB: "RssAnon" (what the server allocated) or "RssFile" (code and libraries
+// mapped from files, which grows as code runs for the first time and is shared with the system).
+double ResidentMb(const std::string& kind) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.rfind(kind + ":", 0) == 0) return std::stod(line.substr(kind.size() + 1)) / 1024.0;
+  return 0;
 }
 
 // The server's resident memory before its first window and after ten windows opened and closed.
 void PageMemory(benchmark::State& state) {
   std::string path = Regions();
-  double start = 0, peak = 0, after = 0;
+  double start = 0, peak = 0, after = 0, startFile = 0, afterFile = 0, first = 0;
   for (auto _ : state) {
     kmd::host::WebHost host(HostOptions(path));
-    start = ResidentMb();
+    start = ResidentMb("RssAnon");
+    startFile = ResidentMb("RssFile");
     for (int i = 0; i < 10; ++i) {
       std::string id = OpenWindow(host);
-      peak = std::max(peak, ResidentMb());
+      peak = std::max(peak, ResidentMb("RssAnon"));
       CloseWindow(host, id);
+      if (i == 0) first = ResidentMb("RssAnon");
     }
-    after = ResidentMb();
+    after = ResidentMb("RssAnon");
+    afterFile = ResidentMb("RssFile");
     state.SetIterationTime(1);
   }
   state.counters["start_mb"] = start;
+  state.counters["after_first_mb"] = first;
   state.counters["peak_mb"] = peak;
   state.counters["after_mb"] = after;
   state.counters["growth"] = start > 0 ? after / start : 0;
+  state.counters["code_start_mb"] = startFile;
+  state.counters["code_after_mb"] = afterFile;
 }
 
 // First in the run, so that no other benchmark's memory is counted in its start.

@@ -2,6 +2,7 @@
 
 #include <httplib.h>
 
+#include <malloc.h>
 #include <netdb.h>
 #include <poll.h>
 #include <sys/random.h>
@@ -137,6 +138,10 @@ std::string MimeOf(const std::string& name) {
 
 WebHost::WebHost(Options options, const FormRegistry* forms)
     : m_Options(std::move(options)), m_Forms(forms ? *forms : AllForms()) {
+  // Every thread allocates from one malloc arena: each window's thread would otherwise get an
+  // arena of its own whose pages outlive the window, and the server would keep growing as windows
+  // come and go. The threads' own caches of small blocks keep contention low.
+  mallopt(M_ARENA_MAX, 1);
   auto every = std::clamp(m_Options.idle / 2, std::chrono::milliseconds(10), std::chrono::milliseconds(30000));
   m_Reaper = std::thread([this, every] {
     std::unique_lock<std::mutex> lock(m_Mutex);

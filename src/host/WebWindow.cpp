@@ -32,7 +32,10 @@ WebWindow::~WebWindow() {
     open = !m_Closing;
   }
   if (open) Close();
-  if (m_Thread.joinable()) m_Thread.join();
+  if (m_Thread.joinable()) {
+    m_Thread.join();
+    malloc_trim(0);
+  }
 }
 
 // ---- the page's side -------------------------------------------------------------------------
@@ -169,6 +172,10 @@ WebReply WebWindow::Close() {
   m_Cv.notify_all();
   lock.unlock();
   if (m_Thread.joinable()) m_Thread.join();
+  // A large tree leaves its memory in the thread's malloc arena, and the thread's own cache of
+  // small blocks goes back there when it ends: now that it has, the free memory returns to the
+  // system, so that a server whose windows come and go does not keep what the largest took.
+  malloc_trim(0);
   return {200, {{"closed", m_Id}}};
 }
 
@@ -246,9 +253,6 @@ void WebWindow::Loop() {
   // The form, its context and the connection end on the thread that used them.
   m_Form.reset();
   m_Context.reset();
-  // A large tree leaves its memory in this thread's malloc arena: it goes back to the system now,
-  // so that a server whose windows come and go does not keep what the largest of them took.
-  malloc_trim(0);
 }
 
 json WebWindow::Snapshot() {

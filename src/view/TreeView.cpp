@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <new>
 
-#include <sys/mman.h>
-
 #include "base/RuntimeError.h"
 
 namespace kmd::view {
@@ -50,13 +48,10 @@ class NodeArena {
     std::unique_ptr<std::byte, Free> data;
     size_t size;
   };
-  // Blocks of a large tree are huge pages where the system gives them on request: a walk over
-  // the nodes then misses the address cache far less often.
-  static constexpr size_t kLargeBlock = 2 * 1024 * 1024;
+  static constexpr size_t kLargeBlock = 1024 * 1024;
   static Block NewBlock(size_t size) {
-    void* p = size == kLargeBlock ? std::aligned_alloc(kLargeBlock, size) : std::malloc(size);
+    void* p = std::malloc(size);
     if (!p) throw std::bad_alloc();
-    if (size == kLargeBlock) madvise(p, size, MADV_HUGEPAGE);
     return {std::unique_ptr<std::byte, Free>(static_cast<std::byte*>(p)), size};
   }
   std::vector<Block> m_Blocks;

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "base/RuntimeError.h"
+#include "base/Text.h"
 #include "db/PgConnection.h"
 #include "db/SqliteConnection.h"
 #include "schema/Schema.h"
@@ -73,7 +74,7 @@ std::string ForPostgres(std::string sql) {
       continue;
     }
     std::string hex = sql.substr(p + 2, e - p - 2);
-    std::string bytes = "decode('" + hex + "', 'hex')";
+    std::string bytes = "decode(" + text::Quote(hex) + ", 'hex')";
     sql.replace(p, e + 1 - p, bytes);
     p += bytes.size();
   }

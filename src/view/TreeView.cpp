@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 
 #include "base/RuntimeError.h"
 
@@ -26,8 +24,8 @@ class NodeArena {
     }
     if (m_Current == m_Blocks.size()) {
       size_t last = m_Blocks.empty() ? 0 : m_Blocks.back().size;
-      size_t blockSize = std::max(size, std::min(last ? last * 2 : 16 * 1024, kLargeBlock));
-      m_Blocks.push_back(NewBlock(blockSize));
+      size_t blockSize = std::max(size, std::min<size_t>(last ? last * 2 : 16 * 1024, 1024 * 1024));
+      m_Blocks.push_back({std::unique_ptr<std::byte[]>(new std::byte[blockSize]), blockSize});
       at = 0;
     }
     m_Used = at + size;
@@ -41,19 +39,10 @@ class NodeArena {
   }
 
  private:
-  struct Free {
-    void operator()(std::byte* p) const { std::free(p); }
-  };
   struct Block {
-    std::unique_ptr<std::byte, Free> data;
+    std::unique_ptr<std::byte[]> data;
     size_t size;
   };
-  static constexpr size_t kLargeBlock = 1024 * 1024;
-  static Block NewBlock(size_t size) {
-    void* p = std::malloc(size);
-    if (!p) throw std::bad_alloc();
-    return {std::unique_ptr<std::byte, Free>(static_cast<std::byte*>(p)), size};
-  }
   std::vector<Block> m_Blocks;
   size_t m_Current = 0;
   size_t m_Used = 0;

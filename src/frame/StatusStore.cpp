@@ -224,7 +224,7 @@ void LoadTree(IStatusStore& store, view::TreeView& tv, const std::string& key) {
   wanted = text::UCase(wanted);
   for (const auto& node : tv.AllNodes()) {
     if (text::UCase(node->Text) != wanted) continue;
-    tv.SetSelectedItem(node);
+    tv.SetSelectedItem(node->Ptr());
     node->EnsureVisible();
     return;
   }

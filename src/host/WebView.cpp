@@ -30,9 +30,9 @@ std::string CssColour(int32_t colour) {
 
 namespace {
 
-int Depth(const view::NodePtr& node) {
+int Depth(const view::Node* node) {
   int depth = 0;
-  for (auto p = node->Parent(); p; p = p->Parent()) ++depth;
+  for (auto p = node->ParentLink(); p; p = p->ParentLink()) ++depth;
   return depth;
 }
 
@@ -47,7 +47,7 @@ json TreeModel(view::TreeView& tree, const RowRange& range) {
   size_t first = static_cast<size_t>(std::max(0, range.first));
   size_t last = std::min(rows.size(), first + static_cast<size_t>(std::clamp(range.count, 0, RowRange::kMaxCount)));
   for (size_t i = first; i < last; ++i) {
-    auto n = rows[i]->shared_from_this();
+    const view::Node* n = rows[i];
     json row = {{"key", n->Key()}, {"text", n->Text}, {"depth", Depth(n)}, {"children", n->Children()},
                 {"expanded", n->Expanded()}, {"image", n->Image.ToText()}};
     if (n->Bold) row["bold"] = true;

@@ -142,14 +142,14 @@ NodePtr cTreeView::FindFromFirst(const std::string& text, int fromIndex, bool pa
     // that a large tree's texts are in the cache when they are compared.
     const auto& all = m_Tree->AllNodes();
     constexpr size_t ahead = 16;
-    for (const view::Node* root = all.front().get(); root; root = root->NextLink()) {
+    for (const view::Node* root = all.front(); root; root = root->NextLink()) {
       bool walkPassed = passed;
       size_t end = root->NextLink() ? static_cast<size_t>(root->NextLink()->Index() - 1) : all.size();
       for (size_t i = static_cast<size_t>(root->Index() - 1); i < end; ++i) {
         if (i + 2 * ahead < end) __builtin_prefetch(&all[i + 2 * ahead]->Text);
         if (i + ahead < end) __builtin_prefetch(all[i + ahead]->Text.data());
         int index = static_cast<int>(i + 1);
-        if (index != fromIndex && walkPassed && finder.In(all[i]->Text)) return all[i];
+        if (index != fromIndex && walkPassed && finder.In(all[i]->Text)) return all[i]->Ptr();
         if (index == fromIndex) walkPassed = true;
       }
     }
@@ -158,7 +158,7 @@ NodePtr cTreeView::FindFromFirst(const std::string& text, int fromIndex, bool pa
   for (const view::Node* node = m_Tree->Item(1).get(); node; node = node->NextLink()) {
     bool walkPassed = passed;
     if (const view::Node* found = NodeFindFrom(node, finder, fromIndex, walkPassed))
-      return const_cast<view::Node*>(found)->shared_from_this();
+      return found->Ptr();
   }
   return nullptr;
 }

@@ -22,7 +22,8 @@ void cTreeView::CollapseAll() {
   if (!m_Tree) NotSet();
   Redraw(false);
   // A Collapse handler may change the collection: walk a copy of it.
-  std::vector<NodePtr> nodes = m_Tree->AllNodes();
+  std::vector<NodePtr> nodes;
+  for (const view::Node* node : m_Tree->AllNodes()) nodes.push_back(node->Ptr());
   for (const auto& node : nodes)
     if (node->Children() > 0) node->SetExpanded(false, true);
   Redraw(true);
@@ -47,7 +48,7 @@ void cTreeView::ExpandAll() {
       const auto& nodes = m_Tree->AllNodes();
       for (size_t i = 0; i < nodes.size(); ++i) {
         size_t before = nodes.size();
-        NodePtr node = nodes[i];
+        NodePtr node = nodes[i]->Ptr();
         if (node->Children() > 0) node->SetExpanded(true, true);
         if (nodes.size() != before) {
           changed = true;

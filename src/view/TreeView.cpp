@@ -2,77 +2,64 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <new>
 
 #include "base/RuntimeError.h"
 
 namespace kmd::view {
 
+
 bool ImageList::HasKey(const std::string& key) const {
   return std::find(m_Keys.begin(), m_Keys.end(), key) != m_Keys.end();
 }
 
-// Memory for the nodes of one load. Nodes are allocated one after another, so that walks over a
-// large tree read memory in order, and nothing is freed one by one: the blocks go together when
-// the tree and every kept reference to its nodes have let the arena go.
-class NodeArena {
+// The nodes of one load, in blocks of slots one after another, so that walks over a large tree read
+// memory in order. A reference to a node shares the arena's count; the nodes are destroyed
+// together, when the tree starts a new load while nobody holds one of them, or when the last
+// reference goes.
+class NodeArena : public std::enable_shared_from_this<NodeArena> {
  public:
-  void* Allocate(size_t size, size_t align) {
-    size_t at = (m_Used + align - 1) & ~(align - 1);
-    while (m_Current < m_Blocks.size() && at + size > m_Blocks[m_Current].size) {
-      ++m_Current;  // a block kept from an earlier load, or a new one
-      at = 0;
-    }
-    if (m_Current == m_Blocks.size()) {
-      size_t last = m_Blocks.empty() ? 0 : m_Blocks.back().size;
-      size_t blockSize = std::max(size, std::min<size_t>(last ? last * 2 : 16 * 1024, 1024 * 1024));
-      m_Blocks.push_back({std::unique_ptr<std::byte[]>(new std::byte[blockSize]), blockSize});
-      at = 0;
-    }
-    m_Used = at + size;
-    return m_Blocks[m_Current].data.get() + at;
+  NodeArena() = default;
+  NodeArena(const NodeArena&) = delete;
+  NodeArena& operator=(const NodeArena&) = delete;
+  ~NodeArena() { DestroyAll(); }
+
+  Node* New() {
+    size_t block = m_Used / kPerBlock;
+    if (block == m_Blocks.size()) m_Blocks.push_back(std::make_unique<Slot[]>(kPerBlock));
+    Node* node = new (&m_Blocks[block][m_Used % kPerBlock]) Node();
+    ++m_Used;
+    node->m_Arena = this;
+    return node;
   }
-  // Starts over in the blocks already held, once no node of theirs is left: a tree loaded again
-  // writes into memory it has touched before.
-  void Reset() {
-    m_Current = 0;
-    m_Used = 0;
-  }
+  // Destroys every node and starts over in the blocks already held: a tree loaded again writes
+  // into memory it has touched before.
+  void Reset() { DestroyAll(); }
 
  private:
-  struct Block {
-    std::unique_ptr<std::byte[]> data;
-    size_t size;
+  struct alignas(Node) Slot {
+    std::byte bytes[sizeof(Node)];
   };
-  std::vector<Block> m_Blocks;
-  size_t m_Current = 0;
+  static constexpr size_t kPerBlock = 4096;
+  void DestroyAll() {
+    for (size_t i = 0; i < m_Used; ++i)
+      std::launder(reinterpret_cast<Node*>(&m_Blocks[i / kPerBlock][i % kPerBlock]))->~Node();
+    m_Used = 0;
+  }
+  std::vector<std::unique_ptr<Slot[]>> m_Blocks;
   size_t m_Used = 0;
 };
 
 namespace {
 
-// The allocator of a node and its shared count; each keeps the arena alive.
-template <class T>
-struct ArenaAllocator {
-  using value_type = T;
-  std::shared_ptr<NodeArena> arena;
-  explicit ArenaAllocator(std::shared_ptr<NodeArena> a) : arena(std::move(a)) {}
-  template <class U>
-  ArenaAllocator(const ArenaAllocator<U>& other) : arena(other.arena) {}
-  T* allocate(size_t n) {
-    static_assert(alignof(T) <= alignof(std::max_align_t));
-    return static_cast<T*>(arena->Allocate(n * sizeof(T), alignof(T)));
-  }
-  void deallocate(T*, size_t) {}
-  template <class U>
-  bool operator==(const ArenaAllocator<U>& other) const { return arena == other.arena; }
-};
-
-NodePtr Share(Node* n) { return n ? n->shared_from_this() : nullptr; }
+NodePtr Share(const Node* n) { return n ? n->Ptr() : nullptr; }
 
 [[noreturn]] void NotFound() { throw RuntimeError(kErrElementNotFound, "TreeView", "Element not found"); }
 }  // namespace
 
 void Node::NotInTree() { throw RuntimeError("The node has been removed from its tree"); }
+
+NodePtr Node::Ptr() const { return NodePtr(m_Arena->shared_from_this(), const_cast<Node*>(this)); }
 
 NodePtr Node::Parent() const { return Share(m_Parent); }
 NodePtr Node::Child() const { return Share(m_FirstChild); }
@@ -119,7 +106,7 @@ void Node::SetExpanded(bool expanded, bool raiseEvent) {
   m_Expanded = expanded;
   if (m_Tree) m_Tree->RowsChanged();
   if (!m_Tree || !raiseEvent) return;
-  auto self = shared_from_this();
+  auto self = Ptr();
   if (expanded && m_Tree->Expand) m_Tree->Expand(self);
   if (!expanded && m_Tree->Collapse) m_Tree->Collapse(self);
 }
@@ -128,7 +115,7 @@ bool Node::Selected() const { return m_Tree && m_Tree->SelectedItem().get() == t
 
 void Node::SetSelected(bool selected) {
   if (!m_Tree) return;
-  if (selected) m_Tree->SetSelectedItem(shared_from_this());
+  if (selected) m_Tree->SetSelectedItem(Ptr());
   else if (Selected()) m_Tree->SetSelectedItem(nullptr);
 }
 
@@ -143,7 +130,10 @@ TreeView::TreeView(std::string name, int index)
 }
 
 TreeView::~TreeView() {
-  for (auto& n : m_All) n->m_Tree = nullptr;
+  // Nodes somebody still holds outlive the tree in their arena, belonging to no tree.
+  m_Selected = m_DropHighlight = m_ScrollTarget = nullptr;
+  if (m_Arena.use_count() > 1)
+    for (Node* n : m_All) n->m_Tree = nullptr;
 }
 
 void TreeView::Reserve(size_t count) {
@@ -208,31 +198,31 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::stri
     if (m_LastRelative && relative.key == m_LastRelativeKey) {
       rel = m_LastRelative;
     } else {
-      auto it = m_ByKey.find(relative.key);
+      auto it = m_ByKey.find(std::string_view(relative.key));
       if (it == m_ByKey.end()) NotFound();
-      rel = it->second;
+      rel = *it;
       m_LastRelativeKey = relative.key;
       m_LastRelative = rel;
     }
   }
   if (relationship < tvwFirst || relationship > tvwChild) throw RuntimeError("Invalid procedure call or argument");
-  if (!key.empty() && m_ByKey.find(key) != m_ByKey.end())
+  if (!key.empty() && m_ByKey.find(std::string_view(key)) != m_ByKey.end())
     throw RuntimeError(kErrKeyNotUnique, "TreeView", "Key is not unique in collection");
-  auto node = std::allocate_shared<Node>(ArenaAllocator<Node>(m_Arena));
+  Node* node = m_Arena->New();
   node->m_Tree = this;
   node->m_Key = key;
   node->Text = text;
   node->Image = image;
   node->SelectedImage = selectedImage;
-  Link(node.get(), rel, relationship);
+  Link(node, rel, relationship);
   // The new node ends the display order when neither it nor any of its ancestors has a next
   // sibling; else the order of addition no longer is the display order.
-  for (const Node* n = node.get(); n && m_InAddOrder; n = n->m_Parent)
+  for (const Node* n = node; n && m_InAddOrder; n = n->m_Parent)
     if (n->m_NextSib) m_InAddOrder = false;
   m_All.push_back(node);
   node->m_Index = m_All.size();
-  if (!key.empty()) m_ByKey.emplace(node->m_Key, node.get());
-  return node;
+  if (!key.empty()) m_ByKey.insert(node);
+  return NodePtr(m_Arena, node);
 }
 
 void TreeView::Renumber() const {
@@ -259,7 +249,7 @@ void TreeView::Remove(const NodePtr& node) {
     Node* n = stack.back();
     stack.pop_back();
     n->m_Tree = nullptr;
-    if (!n->m_Key.empty()) m_ByKey.erase(n->m_Key);
+    if (!n->m_Key.empty()) m_ByKey.erase(n);
     for (Node* c = n->m_FirstChild; c; c = c->m_NextSib) stack.push_back(c);
     removed.push_back(n);
   }
@@ -267,13 +257,34 @@ void TreeView::Remove(const NodePtr& node) {
     n->m_Parent = n->m_FirstChild = n->m_LastChild = n->m_NextSib = n->m_PrevSib = nullptr;
     n->m_ChildCount = 0;
   }
-  // The array closes up by comparing addresses only, so the nodes after the removed ones are not
-  // read; their numbers are put right when somebody asks for one.
-  std::sort(removed.begin(), removed.end());
-  auto gone = [&removed](const NodePtr& n) { return std::binary_search(removed.begin(), removed.end(), n.get()); };
-  auto first = std::find_if(m_All.begin(), m_All.end(), gone);
-  m_StaleFrom = std::min(m_StaleFrom, static_cast<size_t>(first - m_All.begin()) + 1);
-  m_All.erase(std::remove_if(first, m_All.end(), gone), m_All.end());
+  // The array closes up without reading the nodes after the removed ones; their numbers are put
+  // right when somebody asks for one. A removed node whose number is current names its place;
+  // since nodes only move towards the front, a stale one is at its old place or before it, after
+  // the last current number.
+  if (removed.size() > 16 && m_StaleFrom != kNoneStale) Renumber();
+  std::vector<size_t> at;
+  at.reserve(removed.size());
+  for (const Node* n : removed) {
+    size_t i = n->m_Index - 1;
+    if (n->m_Index >= m_StaleFrom) {
+      auto begin = m_All.begin() + static_cast<ptrdiff_t>(m_StaleFrom - 1);
+      auto end = m_All.begin() + static_cast<ptrdiff_t>(std::min(i + 1, m_All.size()));
+      auto it = std::find(begin, end, n);
+      if (it == end) it = std::find(m_All.begin(), m_All.end(), n);
+      i = static_cast<size_t>(it - m_All.begin());
+    }
+    at.push_back(i);
+  }
+  std::sort(at.begin(), at.end());
+  size_t first = at.front(), to = first;
+  for (size_t k = 0; k < at.size(); ++k) {
+    size_t from = at[k] + 1, end = k + 1 < at.size() ? at[k + 1] : m_All.size();
+    std::copy(m_All.begin() + static_cast<ptrdiff_t>(from), m_All.begin() + static_cast<ptrdiff_t>(end),
+              m_All.begin() + static_cast<ptrdiff_t>(to));
+    to += end - from;
+  }
+  m_All.resize(to);
+  m_StaleFrom = std::min(m_StaleFrom, first + 1);
   if (selectionGoes) m_Selected = Share(replacement);
   if (m_DropHighlight && !m_DropHighlight->m_Tree) m_DropHighlight = nullptr;
   if (m_ScrollTarget && !m_ScrollTarget->m_Tree) m_ScrollTarget = nullptr;
@@ -287,15 +298,20 @@ void TreeView::Clear() {
   m_Selected = nullptr;
   m_DropHighlight = nullptr;
   m_ScrollTarget = nullptr;
-  for (auto& n : m_All) {
-    n->m_Tree = nullptr;
-    n->m_Parent = n->m_FirstChild = n->m_LastChild = n->m_NextSib = n->m_PrevSib = nullptr;
-    n->m_ChildCount = 0;
+  if (m_Arena.use_count() == 1) {
+    // Nobody holds a node: they all go at once.
+    m_Arena->Reset();
+  } else {
+    // Nodes somebody still holds keep their arena, detached from the tree and from each other;
+    // the tree takes a new one.
+    for (Node* n : m_All) {
+      n->m_Tree = nullptr;
+      n->m_Parent = n->m_FirstChild = n->m_LastChild = n->m_NextSib = n->m_PrevSib = nullptr;
+      n->m_ChildCount = 0;
+    }
+    m_Arena = std::make_shared<NodeArena>();
   }
   m_All.clear();
-  // Nodes somebody still holds keep their arena; the tree then takes a new one.
-  if (m_Arena.use_count() == 1) m_Arena->Reset();
-  else m_Arena = std::make_shared<NodeArena>();
   m_RowsValid = false;
   m_FirstRoot = m_LastRoot = nullptr;
   m_InAddOrder = true;
@@ -306,7 +322,7 @@ void TreeView::Clear() {
 
 NodePtr TreeView::Item(int index) const {
   if (index < 1 || static_cast<size_t>(index) > m_All.size()) throw RuntimeError("Index out of bounds");
-  return m_All[static_cast<size_t>(index) - 1];
+  return Share(m_All[static_cast<size_t>(index) - 1]);
 }
 
 NodePtr TreeView::Item(const std::string& key) const {
@@ -316,8 +332,8 @@ NodePtr TreeView::Item(const std::string& key) const {
 }
 
 NodePtr TreeView::FindKey(const std::string& key) const {
-  auto it = m_ByKey.find(key);
-  return it == m_ByKey.end() ? nullptr : Share(it->second);
+  auto it = m_ByKey.find(std::string_view(key));
+  return it == m_ByKey.end() ? nullptr : Share(*it);
 }
 
 std::vector<NodePtr> TreeView::Roots() const {

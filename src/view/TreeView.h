@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include <tsl/robin_map.h>
+#include <tsl/robin_set.h>
 
 #include "base/Value.h"
 #include "view/Control.h"
@@ -37,9 +37,12 @@ class ImageList {
 
 // A node of a TreeView. A reference to a node stays valid after the node is removed; the removed
 // node keeps its Text, Key and Tag but belongs to no tree (Index then is a run-time error).
-class Node : public std::enable_shared_from_this<Node> {
+// Nodes live in their tree's arena, and a reference shares the arena's count: it keeps every node of
+// that load alive, and no node has a count of its own.
+class Node {
  private:
   friend class TreeView;
+  friend class NodeArena;
   // The links and the text come first, so that a walk over a large tree reads one line of memory
   // per node.
   TreeView* m_Tree = nullptr;
@@ -66,6 +69,8 @@ class Node : public std::enable_shared_from_this<Node> {
   int32_t BackColor = 0;
 
   const std::string& Key() const { return m_Key; }
+  // A reference to this node.
+  NodePtr Ptr() const;
   // 1-based position in the collection's order of addition; closes up after a removal.
   inline int Index() const;
   bool InTree() const { return m_Tree != nullptr; }
@@ -101,6 +106,7 @@ class Node : public std::enable_shared_from_this<Node> {
 
  private:
   [[noreturn]] static void NotInTree();
+  NodeArena* m_Arena = nullptr;
   std::string m_Key;
   // The node's row among the visible rows when m_RowStamp is the tree's stamp of those rows.
   int m_Row = 0;
@@ -145,7 +151,7 @@ class TreeView : public Control {
   NodePtr Item(int index) const;
   NodePtr Item(const std::string& key) const;
   NodePtr FindKey(const std::string& key) const;  // null when absent
-  const std::vector<NodePtr>& AllNodes() const { return m_All; }
+  const std::vector<Node*>& AllNodes() const { return m_All; }
   std::vector<NodePtr> Roots() const;
   // Whether AllNodes is in display order (every node was added after the ones above it and nothing
   // moved since the last Clear), so that a walk in display order may run down the array.
@@ -226,18 +232,28 @@ class TreeView : public Control {
   static constexpr size_t kNoneStale = static_cast<size_t>(-1);
   void ResolveScroll() const;
 
-  std::vector<NodePtr> m_All;
+  std::vector<Node*> m_All;
   mutable std::vector<Node*> m_Rows;  // VisibleRows, valid while m_RowsValid
   mutable bool m_RowsValid = false;
   mutable uint64_t m_RowsStamp = 0;
   // The relative named by key in the last Add: loads add many children to one parent in a row.
   std::string m_LastRelativeKey;
   Node* m_LastRelative = nullptr;
-  // Keys to nodes in one flat table; each key views the node's own m_Key, which never moves while
-  // the node is in the tree. The stored hash spares most key comparisons.
-  tsl::robin_map<std::string_view, Node*, std::hash<std::string_view>, std::equal_to<std::string_view>,
-                 std::allocator<std::pair<std::string_view, Node*>>, true>
-      m_ByKey;
+  // The keyed nodes in one flat table of node pointers, looked up by key text: a slot is a pointer
+  // and the key's stored hash (16 bytes), so that the table of a large tree stays in the cache and
+  // most probes compare no key.
+  struct KeyHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
+    size_t operator()(const Node* node) const { return (*this)(node->Key()); }
+  };
+  struct KeyEqual {
+    using is_transparent = void;
+    bool operator()(const Node* a, const Node* b) const { return a->Key() == b->Key(); }
+    bool operator()(std::string_view key, const Node* node) const { return key == node->Key(); }
+    bool operator()(const Node* node, std::string_view key) const { return key == node->Key(); }
+  };
+  tsl::robin_set<Node*, KeyHash, KeyEqual, std::allocator<Node*>, true> m_ByKey;
   // Where the nodes are allocated: one arena per load, freed in one piece once its last node goes.
   std::shared_ptr<NodeArena> m_Arena;
   bool m_InAddOrder = true;

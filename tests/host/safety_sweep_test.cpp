@@ -245,8 +245,8 @@ struct Window {
     NodePtr any, leaf;
     for (const auto& n : Tree().AllNodes())
       if (n->Parent() && n->Tag.ToLong() == id) {
-        if (n->Children() == 0) leaf = n;
-        any = n;
+        if (n->Children() == 0) leaf = n->Ptr();
+        any = n->Ptr();
       }
     return leaf ? leaf : any;
   }
@@ -336,7 +336,7 @@ class SafetySweep : public testing::Test {
   static int64_t PickRecord(Window& w, std::vector<std::string>& texts) {
     for (const auto& n : w.Tree().AllNodes()) {
       if (!n->Parent() || n->Children() > 0 || n->Tag.ToLong() <= 0) continue;
-      w.form->Run([&] { w.Tree().UserClick(n); });
+      w.form->Run([&] { w.Tree().UserClick(n->Ptr()); });
       bool editable = w.form->FileEdit();
       w.form->FileCancel();
       if (!editable) continue;

@@ -280,3 +280,42 @@ TEST_F(TreeTest, IndexesStayRightAfterRemovingAMovedSubtree) {
   EXPECT_EQ(e->Index(), 2);
   EXPECT_EQ(ctrl.Item(2), e);
 }
+
+// Removals in any order, with numbers read now and then (so that some removals find their nodes by
+// current numbers and some among stale ones), against a plain list of the remaining keys.
+TEST(TreeRemoval, OrderAndNumbersFollowAListModelThroughManyRemovals) {
+  view::TreeView tree;
+  std::vector<std::string> model;
+  auto add = [&](const std::string& parent, const std::string& key) {
+    tree.Add(parent.empty() ? NodeRef() : NodeRef(parent), view::tvwChild, key, key);
+    model.push_back(key);
+  };
+  for (int r = 0; r < 4; ++r) {
+    std::string root = "r" + std::to_string(r);
+    add("", root);
+    for (int c = 0; c < 6 + r * 5; ++c) add(root, root + "c" + std::to_string(c));
+  }
+  // A kept reference outlives the removals and the clear.
+  NodePtr kept = tree.Item(3);
+  std::string keptKey = kept->Key();
+  unsigned seed = 7;
+  while (!model.empty()) {
+    seed = seed * 1103515245 + 12345;
+    const std::string key = model[(seed >> 8) % model.size()];
+    tree.Remove(tree.Item(key));
+    // A root takes its children along.
+    std::erase_if(model, [&](const std::string& k) { return k == key || k.rfind(key + "c", 0) == 0; });
+    ASSERT_EQ(tree.Count(), static_cast<int>(model.size()));
+    if ((seed >> 4) % 3 == 0) {
+      for (size_t i = 0; i < model.size(); ++i) {
+        ASSERT_EQ(tree.AllNodes()[i]->Key(), model[i]);
+        ASSERT_EQ(tree.Item(model[i])->Index(), static_cast<int>(i + 1));
+      }
+    }
+    EXPECT_EQ(tree.FindKey(key), nullptr);
+  }
+  tree.Clear();
+  EXPECT_FALSE(kept->InTree());
+  EXPECT_EQ(kept->Key(), keptKey);
+  EXPECT_EQ(kept->Text, keptKey);
+}

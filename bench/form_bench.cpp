@@ -1,6 +1,6 @@
 // Units (JLDW) and regions (DQ) at 10,000 and 100,000 rows: Refresh, the Find of the last node,
-// saving an edited record and deleting a leaf, each timed beside the statements the command sent,
-// run straight through SQLite's API (see FormBench.h).
+// selecting a record, saving an edited record and deleting a leaf, each timed beside the
+// statements the command sent, run straight through SQLite's API (see FormBench.h).
 #include <map>
 
 #include "FormBench.h"
@@ -86,6 +86,25 @@ kmd::view::TextField& Field(Window& w, int index) {
   return *static_cast<kmd::view::TextField*>(w.form->Controls().Find("qnT", index));
 }
 
+// Selects a record as the user does (a click on its node reads it into the fields): rounds
+// alternate between two neighbouring records in the middle of the tree.
+void Select(benchmark::State& state, const std::string& cls) {
+  int64_t n = state.range(0);
+  std::string path = Path(cls, n);
+  Window w(path, cls);
+  Floor floor(path);
+  w.form->Refresh();
+  std::vector<std::string> keys{"k150150", "k150151"};
+  if (cls == "JLDW") keys = {"k" + std::to_string(1000 + n / 2), "k" + std::to_string(1001 + n / 2)};
+  int round = 0;
+  Timing t;
+  for (auto _ : state)
+    TimeCommand(state, w, floor, t, false, [&] { return Pick(w, keys[++round % 2]) != nullptr; });
+  t.Report(state);
+}
+void UnitsSelect(benchmark::State& state) { Select(state, "JLDW"); }
+void RegionsSelect(benchmark::State& state) { Select(state, "DQ"); }
+
 // Saves a record whose name the user changed: rounds alternate between two names.
 void Save(benchmark::State& state, const std::string& cls) {
   int64_t n = state.range(0);
@@ -166,8 +185,10 @@ void RegionsSave(benchmark::State& s) { Save(s, "DQ"); }
 
 KMD_FORM_BENCH(UnitsRefresh, 9);
 KMD_FORM_BENCH(FindLast, 21);
+KMD_FORM_BENCH(UnitsSelect, 21);
 KMD_FORM_BENCH(UnitsSave, 21);
 KMD_FORM_BENCH(RegionsRefresh, 9);
+KMD_FORM_BENCH(RegionsSelect, 21);
 KMD_FORM_BENCH(RegionsSave, 21);
 KMD_FORM_BENCH(RegionsDelete, 21);
 

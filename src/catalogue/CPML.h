@@ -82,6 +82,8 @@ class CPML : public Form {
   // each retry reported with `duplicateText` (the handler's words).
   void AddProduct(const std::string& categoryKey, std::string code, const std::string& name, const Value& id,
                   const std::string& duplicateText);
+  // Adds a product node for each remaining row of `rs` (类别编码, 物品编码, 物品名称, 产品ID).
+  void AddProducts(db::Recordset& rs, const std::string& duplicateText);
   bool IsUnloaded(const NodePtr& node) const;
   void m_Tv_Expand(const NodePtr& node);
   void m_Tv_Selected(const NodePtr& node);

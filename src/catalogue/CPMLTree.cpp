@@ -58,6 +58,15 @@ void CPML::AddProduct(const std::string& categoryKey, std::string code, const st
   }
 }
 
+void CPML::AddProducts(db::Recordset& rs, const std::string& duplicateText) {
+  // The columns are found once for all the rows.
+  int category = rs.ColumnIndex("类别编码"), code = rs.ColumnIndex("物品编码"), name = rs.ColumnIndex("物品名称"),
+      id = rs.ColumnIndex("产品ID");
+  for (; !rs.Eof(); rs.MoveNext())
+    AddProduct(rs.Fields(category).ToText(), rs.Fields(code).ToText(), rs.Fields(name).ToText(), rs.Fields(id),
+               duplicateText);
+}
+
 bool CPML::Refresh() {
   auto* tv = Tree();
   try {
@@ -93,9 +102,7 @@ bool CPML::Refresh() {
       tv->SetVisible(false);
       rs = db->CreateCommand(" SELECT 类别编码,物品编码,物品名称,产品ID FROM (" + base + ") a ORDER BY 类别编码, 物品编码 ", 1)
                ->OpenForwardOnly();
-      for (; !rs->Eof(); rs->MoveNext())
-        AddProduct(rs->Fields("类别编码").ToText(), rs->Fields("物品编码").ToText(), rs->Fields("物品名称").ToText(),
-                   rs->Fields("产品ID"), "刷新数据时出错：物品编码[");
+      AddProducts(*rs, "刷新数据时出错：物品编码[");
       tv->SetVisible(true);
     }
     rs->Close();
@@ -139,9 +146,7 @@ void CPML::m_Tv_Expand(const NodePtr& node) {
       tv->Reserve(static_cast<size_t>(tv->Count() + count));
       RaiseMessage("正在加载记录，估计需要" + text::FormatNumber(text::RoundHalfEven(count / kRowsPerSecond)) +
                    "秒，请稍等...");
-      for (; !rs->Eof(); rs->MoveNext())
-        AddProduct(rs->Fields("类别编码").ToText(), rs->Fields("物品编码").ToText(), rs->Fields("物品名称").ToText(),
-                   rs->Fields("产品ID"), "操作时出现错误：物品编码[");
+      AddProducts(*rs, "操作时出现错误：物品编码[");
       rs->Close();
       RaiseMessage("共加载" + std::to_string(count) + "条记录");
       tv->SetVisible(true);

@@ -114,7 +114,7 @@ bool FlatDictionary::LoadNodes(db::IDatabase& db) {
     auto node = m_Tv->NodeAdd(NodeRef("ROOT"), view::tvwChild, "k" + id, NodeText(code, Str(*rs, m_NameColumn)),
                               Value(1));
     if (!node) throw RuntimeError("Object variable or With block variable not set");
-    node->Tag = Value(id);
+    node->Tag = Value(std::move(id));
     rs->MoveNext();
   }
   rs->Close();

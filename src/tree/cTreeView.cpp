@@ -9,9 +9,8 @@ cTreeView::cTreeView(view::Platform& platform) : m_Platform(platform) {}
 
 cTreeView::~cTreeView() { UnHookCtrl(); }
 
-NodePtr cTreeView::NodeAdd(const NodeRef& vRelative, int eRelationship, const std::string& sKey,
-                           const std::string& sText, const Value& vImage, const Value& vSelectedImage,
-                           const Value& vTag, bool bBold, bool bChecked, bool bEnsureVisible, bool bExpanded,
+NodePtr cTreeView::NodeAdd(const NodeRef& vRelative, int eRelationship, std::string sKey, std::string sText,
+                           const Value& vImage, const Value& vSelectedImage, const Value& vTag, bool bBold, bool bChecked, bool bEnsureVisible, bool bExpanded,
                            bool bSelected, bool /*bVisible*/, int32_t lForeColor, int32_t lBackColor,
                            const Value& vExpandedImage) {
   if (!m_Tree) return nullptr;
@@ -25,7 +24,7 @@ NodePtr cTreeView::NodeAdd(const NodeRef& vRelative, int eRelationship, const st
     }
     int relationship = eRelationship;
     if (relationship < 0) relationship = view::tvwNext;
-    auto node = m_Tree->Add(vRelative, relationship, sKey, sText, image, selectedImage);
+    auto node = m_Tree->Add(vRelative, relationship, std::move(sKey), std::move(sText), image, selectedImage);
     node->Tag = vTag;
     node->Bold = bBold;
     node->Checked = bChecked;

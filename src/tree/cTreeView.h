@@ -43,8 +43,8 @@ class cTreeView {
   // Adds a node and sets its properties in one call; the new node is always selected and made
   // visible. A failure (duplicate key, bad relative) gives null, silently. An Empty image or a
   // negative relationship means "not given".
-  NodePtr NodeAdd(const NodeRef& vRelative = {}, int eRelationship = -1, const std::string& sKey = "",
-                  const std::string& sText = "", const Value& vImage = Value(), const Value& vSelectedImage = Value(),
+  NodePtr NodeAdd(const NodeRef& vRelative = {}, int eRelationship = -1, std::string sKey = "",
+                  std::string sText = "", const Value& vImage = Value(), const Value& vSelectedImage = Value(),
                   const Value& vTag = Value(), bool bBold = false, bool bChecked = false, bool bEnsureVisible = false,
                   bool bExpanded = false, bool bSelected = false, bool bVisible = true, int32_t lForeColor = 0,
                   int32_t lBackColor = 0, const Value& vExpandedImage = Value());

@@ -127,11 +127,13 @@ TreeView::TreeView(std::string name, int index)
     : Control("TreeView", std::move(name), index), m_Arena(std::make_shared<NodeArena>()) {
   SetWidth(3000);
   SetHeight(4800);
+  m_ByKey.max_load_factor(0.85f);
 }
 
 TreeView::~TreeView() {
   // Nodes somebody still holds outlive the tree in their arena, belonging to no tree.
-  m_Selected = m_DropHighlight = m_ScrollTarget = nullptr;
+  m_Selected = m_DropHighlight = nullptr;
+  m_ScrollTarget = nullptr;
   if (m_Arena.use_count() > 1)
     for (Node* n : m_All) n->m_Tree = nullptr;
 }
@@ -188,7 +190,7 @@ void TreeView::Unlink(Node* node) {
   node->m_Parent = node->m_NextSib = node->m_PrevSib = nullptr;
 }
 
-NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::string& key, const std::string& text,
+NodePtr TreeView::Add(const NodeRef& relative, int relationship, std::string key, std::string text,
                       const Value& image, const Value& selectedImage) {
   Node* rel = nullptr;
   if (relative.node) {
@@ -210,8 +212,8 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::stri
     throw RuntimeError(kErrKeyNotUnique, "TreeView", "Key is not unique in collection");
   Node* node = m_Arena->New();
   node->m_Tree = this;
-  node->m_Key = key;
-  node->Text = text;
+  node->m_Key = std::move(key);
+  node->Text = std::move(text);
   node->Image = image;
   node->SelectedImage = selectedImage;
   Link(node, rel, relationship);
@@ -221,7 +223,7 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, const std::stri
     if (n->m_NextSib) m_InAddOrder = false;
   m_All.push_back(node);
   node->m_Index = m_All.size();
-  if (!key.empty()) m_ByKey.insert(node);
+  if (!node->m_Key.empty()) m_ByKey.insert(node);
   return NodePtr(m_Arena, node);
 }
 
@@ -384,9 +386,9 @@ int TreeView::RowOf(const Node* node) const {
 
 void TreeView::ResolveScroll() const {
   if (!m_ScrollTarget) return;
-  NodePtr target = std::move(m_ScrollTarget);
+  const Node* target = m_ScrollTarget;
   m_ScrollTarget = nullptr;
-  int row = RowOf(target.get());
+  int row = RowOf(target);
   if (row < 0) return;
   int count = GetVisibleCount();
   if (row < m_FirstRow) m_FirstRow = row;
@@ -407,7 +409,7 @@ void TreeView::EnsureVisible(Node* node) {
   for (Node* p = node->m_Parent; p; p = p->m_Parent) p->SetExpanded(true);
   // The scroll position is settled when somebody looks at the viewport, so that a load that
   // makes every added node visible stays linear.
-  m_ScrollTarget = Share(node);
+  m_ScrollTarget = node;
 }
 
 NodePtr TreeView::HitTest(float x, float y) const {

@@ -137,7 +137,7 @@ class TreeView : public Control {
   // Throws RuntimeError for a duplicate key (kErrKeyNotUnique, "Key is not unique in collection")
   // or a relative that is not in this tree (kErrElementNotFound, "Element not found"); nothing is
   // added then. Key lookups and the duplicate test take constant time.
-  NodePtr Add(const NodeRef& relative, int relationship, const std::string& key, const std::string& text,
+  NodePtr Add(const NodeRef& relative, int relationship, std::string key, std::string text,
               const Value& image = Value(), const Value& selectedImage = Value());
   // Removes the node and its subtree. Throws RuntimeError when it is not in this tree.
   void Remove(const NodePtr& node);
@@ -266,7 +266,9 @@ class TreeView : public Control {
   std::shared_ptr<ImageList> m_ImageList;
   int m_RowHeight = 240;
   mutable int m_FirstRow = 0;
-  mutable NodePtr m_ScrollTarget;
+  // The node to scroll into view when the viewport is next looked at. The arena keeps a removed
+  // node, so the pointer stays readable until Clear, which drops it.
+  mutable const Node* m_ScrollTarget = nullptr;
   bool m_InDrag = false;
   float m_LastX = 0;
   float m_LastY = 0;

@@ -32,6 +32,11 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
     node->m_Arena = this;
     return node;
   }
+  // Takes back the node made last (before anybody saw it).
+  void DropLast() {
+    --m_Used;
+    std::launder(reinterpret_cast<Node*>(&m_Blocks[m_Used / kPerBlock][m_Used % kPerBlock]))->~Node();
+  }
   // Destroys every node and starts over in the blocks already held: a tree loaded again writes
   // into memory it has touched before.
   void Reset() { DestroyAll(); }
@@ -127,7 +132,6 @@ TreeView::TreeView(std::string name, int index)
     : Control("TreeView", std::move(name), index), m_Arena(std::make_shared<NodeArena>()) {
   SetWidth(3000);
   SetHeight(4800);
-  m_ByKey.max_load_factor(0.85f);
 }
 
 TreeView::~TreeView() {
@@ -140,7 +144,7 @@ TreeView::~TreeView() {
 
 void TreeView::Reserve(size_t count) {
   m_All.reserve(count);
-  m_ByKey.reserve(count);
+  m_ByKey.Reserve(count);
 }
 
 void TreeView::Link(Node* node, Node* relative, int relationship) {
@@ -200,22 +204,30 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, std::string key
     if (m_LastRelative && relative.key == m_LastRelativeKey) {
       rel = m_LastRelative;
     } else {
-      auto it = m_ByKey.find(std::string_view(relative.key));
-      if (it == m_ByKey.end()) NotFound();
-      rel = *it;
+      rel = m_ByKey.Find(relative.key);
+      if (!rel) NotFound();
       m_LastRelativeKey = relative.key;
       m_LastRelative = rel;
     }
   }
   if (relationship < tvwFirst || relationship > tvwChild) throw RuntimeError("Invalid procedure call or argument");
-  if (!key.empty() && m_ByKey.find(std::string_view(key)) != m_ByKey.end())
-    throw RuntimeError(kErrKeyNotUnique, "TreeView", "Key is not unique in collection");
+  // The key's slot is fetched from memory while the node is made; a duplicate key then takes the
+  // node back.
+  size_t hash = 0;
+  if (!key.empty()) {
+    hash = m_ByKey.Hash(key);
+    m_ByKey.Prefetch(hash);
+  }
   Node* node = m_Arena->New();
-  node->m_Tree = this;
   node->m_Key = std::move(key);
   node->Text = std::move(text);
   node->Image = image;
   node->SelectedImage = selectedImage;
+  if (!node->m_Key.empty() && m_ByKey.Find(node->m_Key, hash)) {
+    m_Arena->DropLast();
+    throw RuntimeError(kErrKeyNotUnique, "TreeView", "Key is not unique in collection");
+  }
+  node->m_Tree = this;
   Link(node, rel, relationship);
   // The new node ends the display order when neither it nor any of its ancestors has a next
   // sibling; else the order of addition no longer is the display order.
@@ -223,7 +235,7 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, std::string key
     if (n->m_NextSib) m_InAddOrder = false;
   m_All.push_back(node);
   node->m_Index = m_All.size();
-  if (!node->m_Key.empty()) m_ByKey.insert(node);
+  if (!node->m_Key.empty()) m_ByKey.Insert(node, hash);
   return NodePtr(m_Arena, node);
 }
 
@@ -251,7 +263,7 @@ void TreeView::Remove(const NodePtr& node) {
     Node* n = stack.back();
     stack.pop_back();
     n->m_Tree = nullptr;
-    if (!n->m_Key.empty()) m_ByKey.erase(n);
+    if (!n->m_Key.empty()) m_ByKey.Erase(n);
     for (Node* c = n->m_FirstChild; c; c = c->m_NextSib) stack.push_back(c);
     removed.push_back(n);
   }
@@ -295,7 +307,7 @@ void TreeView::Remove(const NodePtr& node) {
 void TreeView::RemoveAt(int index) { Remove(Item(index)); }
 
 void TreeView::Clear() {
-  m_ByKey.clear();
+  m_ByKey.Clear();
   m_LastRelative = nullptr;
   m_Selected = nullptr;
   m_DropHighlight = nullptr;
@@ -334,8 +346,7 @@ NodePtr TreeView::Item(const std::string& key) const {
 }
 
 NodePtr TreeView::FindKey(const std::string& key) const {
-  auto it = m_ByKey.find(std::string_view(key));
-  return it == m_ByKey.end() ? nullptr : Share(*it);
+  return Share(m_ByKey.Find(key));
 }
 
 std::vector<NodePtr> TreeView::Roots() const {

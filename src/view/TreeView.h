@@ -5,9 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include <tsl/robin_set.h>
-
 #include "base/Value.h"
+#include "view/NodeKeys.h"
 #include "view/Control.h"
 
 namespace kmd::view {
@@ -239,21 +238,11 @@ class TreeView : public Control {
   // The relative named by key in the last Add: loads add many children to one parent in a row.
   std::string m_LastRelativeKey;
   Node* m_LastRelative = nullptr;
-  // The keyed nodes in one flat table of node pointers, looked up by key text: a slot is a pointer
-  // and the key's stored hash (16 bytes), so that the table of a large tree stays in the cache and
-  // most probes compare no key.
-  struct KeyHash {
-    using is_transparent = void;
-    size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
-    size_t operator()(const Node* node) const { return (*this)(node->Key()); }
+  // The keyed nodes, looked up by key text.
+  struct KeyOf {
+    const std::string& operator()(const Node* node) const { return node->Key(); }
   };
-  struct KeyEqual {
-    using is_transparent = void;
-    bool operator()(const Node* a, const Node* b) const { return a->Key() == b->Key(); }
-    bool operator()(std::string_view key, const Node* node) const { return key == node->Key(); }
-    bool operator()(const Node* node, std::string_view key) const { return key == node->Key(); }
-  };
-  tsl::robin_set<Node*, KeyHash, KeyEqual, std::allocator<Node*>, true> m_ByKey;
+  NodeKeys<Node, KeyOf> m_ByKey;
   // Where the nodes are allocated: one arena per load, freed in one piece once its last node goes.
   std::shared_ptr<NodeArena> m_Arena;
   bool m_InAddOrder = true;

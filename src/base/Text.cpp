@@ -247,22 +247,50 @@ std::string FromUtf16(std::u16string_view s) {
   return out;
 }
 
-size_t Len(std::string_view s) { return ToUtf16(s).size(); }
+namespace {
+// Codes and keys are mostly ASCII, where a character is a byte: the helpers below then cut the
+// text as it is instead of converting it there and back.
+bool IsAscii(std::string_view s) {
+  for (char c : s)
+    if (static_cast<unsigned char>(c) >= 0x80) return false;
+  return true;
+}
+}  // namespace
+
+size_t Len(std::string_view s) {
+  // UTF-16 units, as the suite counts them, without making the UTF-16 text.
+  size_t units = 0;
+  for (size_t i = 0; i < s.size();) {
+    if (static_cast<unsigned char>(s[i]) < 0x80) {
+      ++units;
+      ++i;
+      continue;
+    }
+    uint32_t cp;
+    size_t length = DecodeOne(s, i, cp);
+    units += length == 0 ? 1 : cp >= 0x10000 ? 2 : 1;
+    i += length == 0 ? 1 : length;
+  }
+  return units;
+}
 
 std::string Left(std::string_view s, size_t n) {
+  if (IsAscii(s)) return std::string(s.substr(0, n));
   auto u = ToUtf16(s);
   return FromUtf16(std::u16string_view(u).substr(0, n));
 }
 
 std::string Right(std::string_view s, size_t n) {
+  if (IsAscii(s)) return std::string(n >= s.size() ? s : s.substr(s.size() - n));
   auto u = ToUtf16(s);
   if (n >= u.size()) return std::string(s);
   return FromUtf16(std::u16string_view(u).substr(u.size() - n));
 }
 
 std::string Mid(std::string_view s, size_t start, size_t length) {
-  auto u = ToUtf16(s);
   if (start < 1) start = 1;
+  if (IsAscii(s)) return start > s.size() ? "" : std::string(s.substr(start - 1, length));
+  auto u = ToUtf16(s);
   if (start > u.size()) return "";
   return FromUtf16(std::u16string_view(u).substr(start - 1, length));
 }

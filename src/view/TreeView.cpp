@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <new>
 
+#include <sys/mman.h>
+
 #include "base/RuntimeError.h"
 
 namespace kmd::view {
@@ -25,17 +27,23 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
   ~NodeArena() { DestroyAll(); }
 
   Node* New() {
-    size_t block = m_Used / kPerBlock;
-    if (block == m_Blocks.size()) m_Blocks.push_back(std::make_unique<Slot[]>(kPerBlock));
-    Node* node = new (&m_Blocks[block][m_Used % kPerBlock]) Node();
-    ++m_Used;
+    if (m_Current == m_Blocks.size() || m_Blocks[m_Current].used == m_Blocks[m_Current].capacity) {
+      if (m_Current < m_Blocks.size()) ++m_Current;
+      if (m_Current == m_Blocks.size()) {
+        // Blocks grow from a few nodes, so that a small tree holds little, to a few thousand.
+        size_t capacity = m_Blocks.empty() ? 32 : std::min<size_t>(m_Blocks.back().capacity * 2, 4096);
+        m_Blocks.push_back({Slots(capacity), capacity, 0});
+      }
+    }
+    Block& block = m_Blocks[m_Current];
+    Node* node = new (&block.slots[block.used++]) Node();
     node->m_Arena = this;
     return node;
   }
   // Takes back the node made last (before anybody saw it).
   void DropLast() {
-    --m_Used;
-    std::launder(reinterpret_cast<Node*>(&m_Blocks[m_Used / kPerBlock][m_Used % kPerBlock]))->~Node();
+    Block& block = m_Blocks[m_Current];
+    At(block, --block.used)->~Node();
   }
   // Destroys every node and starts over in the blocks already held: a tree loaded again writes
   // into memory it has touched before.
@@ -45,14 +53,38 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
   struct alignas(Node) Slot {
     std::byte bytes[sizeof(Node)];
   };
-  static constexpr size_t kPerBlock = 4096;
-  void DestroyAll() {
-    for (size_t i = 0; i < m_Used; ++i)
-      std::launder(reinterpret_cast<Node*>(&m_Blocks[i / kPerBlock][i % kPerBlock]))->~Node();
-    m_Used = 0;
+  // Large blocks are mapped with their pages in place: one call instead of a fault per page as
+  // the load first writes them.
+  struct Unmap {
+    size_t bytes;
+    void operator()(Slot* p) const {
+      if (bytes) munmap(p, bytes);
+      else delete[] p;
+    }
+  };
+  static std::unique_ptr<Slot[], Unmap> Slots(size_t capacity) {
+    size_t bytes = capacity * sizeof(Slot);
+    if (bytes >= 256 * 1024) {
+      void* p = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+      if (p != MAP_FAILED) return std::unique_ptr<Slot[], Unmap>(static_cast<Slot*>(p), Unmap{bytes});
+    }
+    return std::unique_ptr<Slot[], Unmap>(new Slot[capacity], Unmap{0});
   }
-  std::vector<std::unique_ptr<Slot[]>> m_Blocks;
-  size_t m_Used = 0;
+  struct Block {
+    std::unique_ptr<Slot[], Unmap> slots;
+    size_t capacity;
+    size_t used;
+  };
+  static Node* At(Block& block, size_t i) { return std::launder(reinterpret_cast<Node*>(&block.slots[i])); }
+  void DestroyAll() {
+    for (Block& block : m_Blocks) {
+      for (size_t i = 0; i < block.used; ++i) At(block, i)->~Node();
+      block.used = 0;
+    }
+    m_Current = 0;
+  }
+  std::vector<Block> m_Blocks;
+  size_t m_Current = 0;
 };
 
 namespace {

@@ -58,6 +58,14 @@ TEST(Text, CountsInUtf16UnitsAndUpperCasesLatinOnly) {
   EXPECT_EQ(text::Left("计量单位", 2), "计量");
   EXPECT_EQ(text::Mid("计量单位", 3), "单位");
   EXPECT_EQ(text::Mid("abc", 5), "");
+  // ASCII texts are cut as they are; the counts agree with the UTF-16 text, stray bytes included.
+  EXPECT_EQ(text::Mid("110203", 3, 2), "02");
+  EXPECT_EQ(text::Mid("abc", 0, 2), "ab");
+  EXPECT_EQ(text::Right("110203", 2), "03");
+  EXPECT_EQ(text::Right("ab", 5), "ab");
+  EXPECT_EQ(text::Left("ab", 5), "ab");
+  for (std::string s : {"", "k1101", "单位a😀", "a\xff\xe8\xae"})
+    EXPECT_EQ(text::Len(s), text::ToUtf16(s).size()) << s;
   EXPECT_EQ(text::InStr("xABCy", "ABC"), 2u);
   EXPECT_EQ(text::InStr("单位", "位"), 2u);
   EXPECT_EQ(text::UCase("abcäö计"), "ABCäö计");

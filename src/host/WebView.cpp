@@ -49,7 +49,7 @@ json TreeModel(view::TreeView& tree, const RowRange& range) {
   for (size_t i = first; i < last; ++i) {
     const view::Node* n = rows[i];
     json row = {{"key", n->Key()}, {"text", n->Text}, {"depth", Depth(n)}, {"children", n->Children()},
-                {"expanded", n->Expanded()}, {"image", n->Image.ToText()}};
+                {"expanded", n->Expanded()}, {"image", n->Image().ToText()}};
     if (n->Bold) row["bold"] = true;
     if (n->Cut) row["cut"] = true;
     out["rows"].push_back(std::move(row));

@@ -33,7 +33,7 @@ NodePtr cTreeView::NodeAdd(const NodeRef& vRelative, int eRelationship, std::str
     if (bSelected) node->SetSelected(true);
     node->ForeColor = lForeColor == 0 ? static_cast<int32_t>(0x80000008u) : lForeColor;
     node->BackColor = lBackColor == 0 ? static_cast<int32_t>(0x80000005u) : lBackColor;
-    if (!expandedImage.IsEmpty()) node->ExpandedImage = expandedImage;
+    if (!expandedImage.IsEmpty()) node->SetExpandedImage(expandedImage);
     result = node;
     m_Tree->SetSelectedItem(node);
     node->EnsureVisible();

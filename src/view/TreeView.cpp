@@ -45,6 +45,16 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
     Block& block = m_Blocks[m_Current];
     At(block, --block.used)->~Node();
   }
+  // The number of an image in the arena's list of them (0 is Empty), added when new.
+  uint32_t ImageNumber(const Value& image) {
+    if (image.IsEmpty()) return 0;
+    if (image == m_Images[m_LastImage]) return m_LastImage;
+    for (uint32_t i = 1; i < m_Images.size(); ++i)
+      if (m_Images[i] == image) return m_LastImage = i;
+    m_Images.push_back(image);
+    return m_LastImage = static_cast<uint32_t>(m_Images.size() - 1);
+  }
+  const Value& ImageOf(uint32_t number) const { return m_Images[number]; }
   // Destroys every node and starts over in the blocks already held: a tree loaded again writes
   // into memory it has touched before.
   void Reset() { DestroyAll(); }
@@ -85,6 +95,8 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
   }
   std::vector<Block> m_Blocks;
   size_t m_Current = 0;
+  std::vector<Value> m_Images{Value()};
+  uint32_t m_LastImage = 0;
 };
 
 namespace {
@@ -95,6 +107,13 @@ NodePtr Share(const Node* n) { return n ? n->Ptr() : nullptr; }
 }  // namespace
 
 void Node::NotInTree() { throw RuntimeError("The node has been removed from its tree"); }
+
+const Value& Node::Image() const { return m_Arena->ImageOf(m_Image); }
+const Value& Node::SelectedImage() const { return m_Arena->ImageOf(m_SelectedImage); }
+const Value& Node::ExpandedImage() const { return m_Arena->ImageOf(m_ExpandedImage); }
+void Node::SetImage(const Value& image) { m_Image = m_Arena->ImageNumber(image); }
+void Node::SetSelectedImage(const Value& image) { m_SelectedImage = m_Arena->ImageNumber(image); }
+void Node::SetExpandedImage(const Value& image) { m_ExpandedImage = m_Arena->ImageNumber(image); }
 
 NodePtr Node::Ptr() const { return NodePtr(m_Arena->shared_from_this(), const_cast<Node*>(this)); }
 
@@ -253,8 +272,8 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, std::string key
   Node* node = m_Arena->New();
   node->m_Key = std::move(key);
   node->Text = std::move(text);
-  node->Image = image;
-  node->SelectedImage = selectedImage;
+  node->SetImage(image);
+  node->SetSelectedImage(selectedImage);
   if (!node->m_Key.empty() && m_ByKey.Find(node->m_Key, hash)) {
     m_Arena->DropLast();
     throw RuntimeError(kErrKeyNotUnique, "TreeView", "Key is not unique in collection");

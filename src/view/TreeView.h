@@ -38,12 +38,12 @@ class ImageList {
 // node keeps its Text, Key and Tag but belongs to no tree (Index then is a run-time error).
 // Nodes live in their tree's arena, and a reference shares the arena's count: it keeps every node of
 // that load alive, and no node has a count of its own.
-class Node {
+class alignas(64) Node {
  private:
   friend class TreeView;
   friend class NodeArena;
-  // The links and the text come first, so that a walk over a large tree reads one line of memory
-  // per node.
+  // Nodes start on a line of memory: the links and the flags fill the first line and the text
+  // begins the second, so that a walk over a large tree reads two lines per node at most.
   TreeView* m_Tree = nullptr;
   size_t m_Index = 0;
   Node* m_Parent = nullptr;
@@ -55,17 +55,23 @@ class Node {
   bool m_Expanded = false;
 
  public:
-  std::string Text;
-  Value Tag;
-  Value Image;
-  Value SelectedImage;
-  Value ExpandedImage;
   bool Bold = false;
   bool Checked = false;
   // The ghosted look of a node marked for cutting.
   bool Cut = false;
+  std::string Text;
+  Value Tag;
   int32_t ForeColor = 0;
   int32_t BackColor = 0;
+
+  // The images by index or key into the tree's image list; Empty when none was given. A tree's
+  // nodes share a few images, so a node keeps only their numbers in its arena's list.
+  const Value& Image() const;
+  const Value& SelectedImage() const;
+  const Value& ExpandedImage() const;
+  void SetImage(const Value& image);
+  void SetSelectedImage(const Value& image);
+  void SetExpandedImage(const Value& image);
 
   const std::string& Key() const { return m_Key; }
   // A reference to this node.
@@ -105,11 +111,14 @@ class Node {
 
  private:
   [[noreturn]] static void NotInTree();
-  NodeArena* m_Arena = nullptr;
-  std::string m_Key;
+  uint32_t m_Image = 0;
+  uint32_t m_SelectedImage = 0;
+  uint32_t m_ExpandedImage = 0;
   // The node's row among the visible rows when m_RowStamp is the tree's stamp of those rows.
   int m_Row = 0;
   uint64_t m_RowStamp = 0;
+  NodeArena* m_Arena = nullptr;
+  std::string m_Key;
 };
 
 // How a relative node is named to Nodes.Add: by node, by key, or not at all.

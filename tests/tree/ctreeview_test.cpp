@@ -9,8 +9,8 @@ TEST_F(TreeTest, AddSelectsEveryNewNodeAndRefusesDuplicateKeysSilently) {
   auto root = Add({}, "ROOT", "单位");
   auto a = Add("ROOT", "k1", "A  one");
   EXPECT_EQ(ctrl.SelectedItem(), a);
-  EXPECT_EQ(a->Image.ToLong(), 1);
-  EXPECT_EQ(a->SelectedImage.ToLong(), 2);
+  EXPECT_EQ(a->Image().ToLong(), 1);
+  EXPECT_EQ(a->SelectedImage().ToLong(), 2);
   EXPECT_TRUE(root->Expanded());  // made visible
   EXPECT_EQ(Add("ROOT", "k1", "again"), nullptr);
   EXPECT_EQ(ctrl.SelectedItem(), a);

@@ -319,3 +319,16 @@ TEST(TreeRemoval, OrderAndNumbersFollowAListModelThroughManyRemovals) {
   EXPECT_EQ(kept->Key(), keptKey);
   EXPECT_EQ(kept->Text, keptKey);
 }
+
+TEST(TreeImages, EachNodeKeepsTheImagesItWasGivenByIndexOrKeyAlsoOutOfItsTree) {
+  view::TreeView tree;
+  auto a = tree.Add({}, view::tvwLast, "a", "a", Value(1), Value("1"));
+  auto b = tree.Add({}, view::tvwLast, "b", "b", Value("folder"));
+  a->SetExpandedImage(Value(3));
+  EXPECT_EQ(a->SelectedImage().Display(), "\"1\"");
+  EXPECT_EQ(b->Image().Display(), "\"folder\"");
+  EXPECT_TRUE(b->SelectedImage().IsEmpty());
+  EXPECT_EQ(a->ExpandedImage().ToLong(), 3);
+  tree.Clear();
+  EXPECT_EQ(a->Image().Display(), "1");
+}

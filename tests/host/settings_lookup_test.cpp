@@ -1,12 +1,11 @@
-// The host's context over a demo database: options and parameters, the resolution of typed text in
-// reference fields, and browse windows.
+// The host's context over a demo database: options and parameters, rights, periods and personal
+// settings per user, and the product picker's lookup.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <filesystem>
 
 #include "db/Connection.h"
-#include "frame/FormGuard.h"
 #include "frame/Settings.h"
 #include "host/Context.h"
 #include "host/Setup.h"
@@ -16,18 +15,6 @@ namespace fs = std::filesystem;
 using namespace kmd;
 
 namespace {
-
-// A form with one reference field over the units of measure, set up as every form sets one up.
-class UnitRefForm : public Form {
- public:
-  explicit UnitRefForm(view::Platform& p) : Form("UnitRefForm", p) {
-    unit = m_Controls.Add<view::TextField>("qnT", 0, "单位");
-    SetReference(*unit, "单位输入有误，请重新输入！", "单位ID", "名称",
-                 "Select 单位ID,代码,名称 From KMDjldw  where 代码 = '@' or 名称 = '@'", "gy_jldw");
-  }
-  bool IsDirty() override { return m_IsDirty; }
-  view::TextField* unit;
-};
 
 class Boxes : public view::Platform {
  public:
@@ -80,9 +67,6 @@ TEST_F(HostTest, OptionsAndParametersWithAndWithoutRows) {
   EXPECT_TRUE(statements.empty());  // the host's settings are no statements of a form
 }
 
-// Text typed into the field is resolved by its statement, by code or by name; text set by the
-// program is not. Text that names no row shows the field's box, empties the value and keeps the
-// focus; a quote stays inside its literal.
 TEST_F(HostTest, RightsPeriodAndPersonalSettingsPerUser) {
   // Nothing stored: every right, period 0, the caller's default.
   EXPECT_TRUE(context->ProgramRights(200008).DetailRight && context->ProgramRights(200008).ActionRight);
@@ -108,9 +92,6 @@ TEST_F(HostTest, RightsPeriodAndPersonalSettingsPerUser) {
   EXPECT_EQ(context->UserSetting("other app", "settings", "cpml", "1000"), "1000");
 
   EXPECT_EQ(context->SetOption(12, "4", "1"), "");
-  EXPECT_EQ(context->SetOptionName(12, "4", "本位币"), "");
-  EXPECT_EQ(context->Option(12, Value(4)).Name, "本位币");
-  EXPECT_EQ(context->Option(12, Value(5)).Name, "");
   EXPECT_TRUE(statements.empty());  // the host's own reads stay out of the trace
 
   // A database made before these stores: the defaults, no failure.
@@ -123,75 +104,9 @@ TEST_F(HostTest, RightsPeriodAndPersonalSettingsPerUser) {
   EXPECT_EQ(context->Option(12, Value(4)).Value, "1");
 }
 
-TEST_F(HostTest, TypedTextResolvesOrShowsTheFieldsBox) {
-  Boxes boxes;
-  context->SetWindows(&boxes, nullptr);
-  FormGuard form([](view::Platform& p) { return std::make_unique<UnitRefForm>(p); }, boxes);
-  ASSERT_TRUE(form.Init(context.get(), 0, 0));
-  auto& unit = *static_cast<UnitRefForm&>(form.Inner()).unit;
-  auto type = [&](const std::string& text) {
-    return form.Run([&] {
-      unit.UserType(text);
-      unit.UserLeave();
-    });
-  };
-  auto shown = [&] { return unit.Text() + " " + unit.GetValue().ToText(); };
-  unit.SetText("KG");
-  EXPECT_TRUE(statements.empty());
-  EXPECT_FALSE(form.IsDirty());
-
-  type("KG");
-  ASSERT_EQ(statements.size(), 1u);
-  EXPECT_EQ(statements[0], "Select 单位ID,代码,名称 From KMDjldw  where 代码 = 'KG' or 名称 = 'KG'");
-  EXPECT_EQ(shown(), "千克 2");
-  EXPECT_TRUE(form.IsDirty());
-  type("米");
-  EXPECT_EQ(shown(), "米 3");
-  EXPECT_TRUE(boxes.shown.empty());
-
-  EXPECT_TRUE(type("吨"));
-  EXPECT_EQ(boxes.shown, (std::vector<std::string>{"提示：|单位输入有误，请重新输入！"}));
-  EXPECT_EQ(shown(), "吨 ");
-  EXPECT_TRUE(unit.HasFocus());
-
-  unit.SetValue(Value(2));
-  EXPECT_TRUE(type("A'B"));
-  EXPECT_EQ(statements.back(), "Select 单位ID,代码,名称 From KMDjldw  where 代码 = 'A''B' or 名称 = 'A''B'");
-  EXPECT_EQ(boxes.shown.size(), 2u);
-  EXPECT_EQ(unit.GetValue().ToText(), "");
-}
-
-TEST_F(HostTest, BrowseFillsTheFieldFromThePickedRowAndCancelLeavesIt) {
-  Boxes boxes;
-  int pick = 2;
-  std::string shownColumn;
-  context->SetWindows(&boxes, [&](const host::LookupWindow& w, const db::Recordset& rows, const std::string& column) {
-    EXPECT_EQ(w.Key, "gy_jldw");
-    EXPECT_EQ(rows.RecordCount(), 4);
-    shownColumn = column;
-    return pick;
-  });
-  FormGuard form([](view::Platform& p) { return std::make_unique<UnitRefForm>(p); }, boxes);
-  ASSERT_TRUE(form.Init(context.get(), 0, 0));
-  auto& unit = *static_cast<UnitRefForm&>(form.Inner()).unit;
-  EXPECT_TRUE(form.Run([&] { unit.UserBrowse(); }));
-  EXPECT_EQ(shownColumn, "名称");
-  EXPECT_EQ(unit.Text() + " " + unit.GetValue().ToText(), "米 3");  // rows by code: BOX, KG, M, PCS
-  EXPECT_TRUE(form.IsDirty());
-  pick = -1;
-  EXPECT_TRUE(form.Run([&] { unit.UserBrowse(); }));
-  EXPECT_EQ(unit.Text() + " " + unit.GetValue().ToText(), "米 3");
-
-  // A key without a window is a run-time error that the form's guard reports.
-  unit.GetReference().LookupKey = "no_such_key";
-  EXPECT_FALSE(form.Run([&] { unit.UserBrowse(); }));
-  EXPECT_TRUE(boxes.shown.empty());
-}
-
 }  // namespace
 
-// The product picker: typed text matched by code or name, the window's choice, Cancel, and the box
-// of a text that names nothing.
+// The product picker: typed text matched by code or name, and the box of a text that names nothing.
 TEST_F(HostTest, PickerLookupMatchesCodeOrNameAndGivesTheNamedFields) {
   Boxes boxes;
   context->SetWindows(&boxes, nullptr);
@@ -214,27 +129,4 @@ TEST_F(HostTest, PickerLookupMatchesCodeOrNameAndGivesTheNamedFields) {
   EXPECT_EQ(picker->Selection().Count(), 0);
   EXPECT_EQ(boxes.shown, std::vector<std::string>{"提示：|输入有误"});
   EXPECT_FALSE(context->Picker("kmdxsy"));
-}
-
-TEST_F(HostTest, PickerTheWindowsChoiceBecomesTheSelectionAndCancelEmptiesIt) {
-  std::vector<int> answer{5, 0};
-  std::string modeSeen;
-  context->SetPickerWindow([&](const host::PickerTable& table, const std::string& mode, const db::Recordset& rows) {
-    modeSeen = mode;
-    EXPECT_EQ(table.Table, "kmdcpml");
-    EXPECT_EQ(rows.Rows().size(), 10u);  // by code: A001 A002 A101 A102 B001 C001 ...
-    return answer;
-  });
-  auto picker = context->Picker("kmdcpml");
-  EXPECT_TRUE(picker->Prepare(0));
-  picker->Show("multi", "");
-  ASSERT_EQ(picker->Selection().Count(), 2);
-  EXPECT_EQ(picker->Selection().item(1).Field("s物品编码").ToText(), "C001");
-  EXPECT_EQ(picker->Selection().item(2).Field("s物品编码").ToText(), "A001");
-  picker->Show("single", "");
-  EXPECT_EQ(modeSeen, "single");
-  EXPECT_EQ(picker->Selection().Count(), 1);
-  answer.clear();
-  picker->Show("single", "");
-  EXPECT_EQ(picker->Selection().Count(), 0);
 }

@@ -10,7 +10,6 @@
 #include "db/Database.h"
 #include "files/FilePaths.h"
 #include "files/MCommonDialog.h"
-#include "files/bCommon.h"
 #include "files/bGetTempFile.h"
 #include "files/file2db.h"
 #include "files/mShellExecute.h"
@@ -69,16 +68,6 @@ TEST_F(Files, TemporaryNamesAreNewFilesInTheTemporaryFolder) {
   EXPECT_EQ(bGetTempFile::GetTempFile("x"), "");
 }
 
-TEST(NextNumberedName, CountsOnFromTheFirstSignificantDigit) {
-  EXPECT_EQ(bCommon::NextNumberedName("0012"), "0013");
-  EXPECT_EQ(bCommon::NextNumberedName("0099"), "00100");
-  EXPECT_EQ(bCommon::NextNumberedName("9"), "10");
-  EXPECT_EQ(bCommon::NextNumberedName("009A"), "0010");  // the number ends where Val stops
-  EXPECT_EQ(bCommon::NextNumberedName("000"), "");
-  EXPECT_EQ(bCommon::NextNumberedName("A001"), "");
-  EXPECT_EQ(bCommon::NextNumberedName(""), "");
-}
-
 TEST_F(Files, ExistenceAndNames) {
   WriteAll(root / "a.txt", "a");
   fs::create_directories(root / "dir");
@@ -132,75 +121,6 @@ TEST_F(Files, FilesGoIntoBinaryColumnsAndBack) {
   EXPECT_FALSE(file2db::FieldToFile((root / "no" / "x.bin").string(), field, true));
   EXPECT_FALSE(file2db::FieldToFile((root / "null.bin").string(), Value::Null(), true));
   EXPECT_FALSE(fs::exists(root / "null.bin"));
-}
-
-namespace {
-
-// Records what the dialog was asked and answers from its fields.
-class FakeDialog : public view::Platform {
- public:
-  view::FileChoice asked;
-  std::vector<std::string> files;  // empty: Cancel
-  int32_t index = 1;
-  int32_t addFlags = 0;
-  int MsgBox(const std::string&, int, const std::string&) override { return view::vbOK; }
-  std::string InputBox(const std::string&, const std::string&, const std::string&) override { return ""; }
-  bool ChooseFile(view::FileChoice& choice) override {
-    asked = choice;
-    if (files.empty()) return false;
-    choice.files = files;
-    choice.filterIndex = index;
-    choice.flags |= addFlags;
-    return true;
-  }
-};
-
-struct DialogCall {
-  std::string fileName = "start.jpg";
-  std::string fileTitle;
-  bool mustExist = true, multi = false, readOnly = false;
-  std::string filter = "Pictures (*.jpg)|*.jpg;*.png|All files|*.*";
-  int32_t filterIndex = 1;
-  int32_t flags = 0x60 | 0x8;
-  bool Run(view::Platform& p) {
-    return MCommonDialog::OpenFileDialog(p, fileName, fileTitle, mustExist, multi, readOnly, true, filter,
-                                         filterIndex, "/pics", "选择图片", "jpg", -1, flags);
-  }
-};
-
-}  // namespace
-
-TEST(OpenFileDialog, AsksWithTheFlagsAndFilterAndGivesTheChoiceBack) {
-  FakeDialog dialog;
-  dialog.files = {"/pics/红.png"};
-  dialog.index = 2;
-  dialog.addFlags = view::FileChoice::kReadOnly;
-  DialogCall call;
-  ASSERT_TRUE(call.Run(dialog));
-  EXPECT_EQ(dialog.asked.flags, 0x1000 | 0x4 | 0x8);  // 0x60 taken out
-  EXPECT_EQ(dialog.asked.title + " " + dialog.asked.initDir + " " + dialog.asked.fileName, "选择图片 /pics start.jpg");
-  ASSERT_EQ(dialog.asked.filters.size(), 2u);
-  EXPECT_EQ(dialog.asked.filters[1], (std::pair<std::string, std::string>{"All files", "*.*"}));
-  EXPECT_EQ(call.fileName + " " + call.fileTitle + " " + call.filter, "/pics/红.png 红.png All files");
-  EXPECT_TRUE(call.filterIndex == 2 && call.readOnly && (call.flags & 1));
-
-  // Several files: the folder, then the names, separated by nulls.
-  DialogCall multi;
-  multi.multi = true;
-  dialog.files = {"/pics/a.jpg", "/pics/b.jpg"};
-  ASSERT_TRUE(multi.Run(dialog));
-  EXPECT_EQ(multi.fileName, std::string("/pics\0a.jpg\0b.jpg", 17));
-
-  // Cancel empties the answers; a ":" in the filter separates like a "|".
-  dialog.files.clear();
-  DialogCall cancelled;
-  cancelled.filter = "Pictures|C:\\pics\\*.jpg";
-  EXPECT_FALSE(cancelled.Run(dialog));
-  EXPECT_EQ(dialog.asked.filters[0], (std::pair<std::string, std::string>{"Pictures", "C"}));
-  EXPECT_TRUE(cancelled.fileName.empty() && cancelled.filter.empty() && cancelled.flags == 0 && cancelled.filterIndex == -1);
-  EXPECT_EQ(MCommonDialog::FilterName(std::string("A\0*.a\0B\0*.b\0\0", 14), 2), "B");
-  std::string s("abc\0def", 7);
-  EXPECT_EQ(MCommonDialog::TrimAtNull(s), "abc");
 }
 
 namespace {

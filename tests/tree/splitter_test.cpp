@@ -117,13 +117,3 @@ TEST_F(SplitterTest, HiddenSidesMoveTheBarOffTheEdgeAndBack) {
   EXPECT_EQ(sp->Left(), 3000);
 }
 
-TEST_F(SplitterTest, UnknownNamesLeaveTheControlsAloneButTheBarMoves) {
-  sp->SetControlName1("nothing");
-  sp->SetControlName2("");
-  EXPECT_EQ(sp->Control1(), nullptr);
-  tree->SetWidth(1234);
-  Drag(400);
-  EXPECT_EQ(sp->Left(), 3400);
-  EXPECT_EQ(tree->Width(), 1234);
-  EXPECT_EQ(events, (std::vector<std::string>{"Moving 1 400"}));
-}

@@ -22,50 +22,9 @@ class RowsTest : public TreeTest {
     ctrl.SetHeight(10 * static_cast<int>(kRow));
     tv.ScrollView(0);
   }
-  std::string First() { return tv.NodeFirstViewable()->Key(); }
-  std::string Last() { return tv.NodeLastViewable()->Key(); }
 };
 
 }  // namespace
-
-TEST_F(RowsTest, ScrollingByLinesPagesAndEnds) {
-  // 3 and 2 a line down and up, 4 and 1 a page (one row less than the view), 6 and 5 the ends.
-  EXPECT_EQ(First() + " " + Last(), "R n08");
-  std::string seen;
-  for (int how : {3, 4, 1, 2, 2, 5, 3, 6}) {
-    tv.ScrollView(how);
-    seen += First() + "-" + Last() + " ";
-  }
-  EXPECT_EQ(seen, "n00-n09 n09-n18 n00-n09 R-n08 R-n08 n20-n29 n20-n29 n20-n29 ");
-}
-
-TEST_F(RowsTest, WalksCountOnlyRowsOfExpandedBranches) {
-  auto n03 = ctrl.Item("n03");
-  Add(n03, "x1", "x1");
-  Add(n03, "x2", "x2");
-  auto n05 = ctrl.Item("n05");
-  Add(n05, "y1", "y1");
-  Add(n05, "y2", "y2");
-  n05->SetExpanded(false);
-  tv.ScrollView(0);
-  // Rows: R n00 n01 n02 n03 x1 x2 n04 n05 n06 ...; y1 and y2 are hidden.
-  EXPECT_EQ(Last(), "n06");
-  tv.ScrollView(3);
-  EXPECT_EQ(Last(), "n07");
-  ctrl.SetFirstVisibleRow(7);  // n04 on top
-  EXPECT_EQ(First(), "n04");
-  tv.ScrollView(2);  // one row up lands on the last child of the expanded sibling
-  EXPECT_EQ(First(), "x2");
-  ctrl.SetFirstVisibleRow(5);  // x1 on top: up goes to its parent
-  tv.ScrollView(2);
-  EXPECT_EQ(First(), "n03");
-  n05->SetExpanded(true);
-  ctrl.Item("n29")->SetExpanded(true);
-  Add("n29", "z", "z");
-  ctrl.Item("n29")->SetExpanded(true);
-  tv.ScrollView(5);  // the bottom is the last row of the last expanded branch
-  EXPECT_EQ(Last(), "z");
-}
 
 namespace {
 
@@ -77,7 +36,6 @@ class DragTest : public RowsTest {
     tv.StartDrag = [this](const NodePtr& n) { log.push_back("start " + n->Key()); };
     tv.Dragging = [this](const NodePtr& s, const NodePtr& t) { log.push_back("over " + s->Key() + ">" + t->Key()); };
     tv.Dropped = [this](const NodePtr& s, const NodePtr& t) { log.push_back("drop " + s->Key() + ">" + t->Key()); };
-    tv.ContextMenu = [this](const NodePtr& n, float, float) { log.push_back("menu " + (n ? n->Key() : "none")); };
   }
   void Press(int row) {
     ctrl.UserMouseDown(view::vbLeftButton, 0, 20, RowY(row));
@@ -138,27 +96,11 @@ TEST_F(DragTest, NoDropOnTheSameTextAndNoDragWithoutANodeUnderThePress) {
   EXPECT_FALSE(ctrl.InDrag());
 }
 
-TEST_F(DragTest, ClickEndsADragAndTheContextMenuComesByMode) {
+TEST_F(DragTest, AClickEndsADrag) {
   Press(2);
   ctrl.UserClick(ctrl.Item("n05"));
   EXPECT_FALSE(tv.IsDragging);
   EXPECT_EQ(selected.back(), "n05");
-  ctrl.Drag(view::vbCancelDrag);
-  log.clear();
-  ctrl.UserMouseDown(view::vbRightButton, 0, 20, RowY(3));
-  ctrl.UserMouseUp(view::vbRightButton, 0, 20, RowY(4));
-  EXPECT_EQ(log, (std::vector<std::string>{"menu n03"}));
-  EXPECT_EQ(ctrl.SelectedItem()->Key(), "n03");
-  log.clear();
-  tv.ContextMenuMode = 0;
-  ctrl.UserMouseDown(view::vbRightButton, 0, 20, RowY(1));
-  ctrl.UserMouseUp(view::vbRightButton, 0, 20, RowY(1));
-  EXPECT_EQ(log, (std::vector<std::string>{"menu n00"}));
-  log.clear();
-  tv.ContextMenuMode = 2;
-  ctrl.UserMouseDown(view::vbRightButton, 0, 20, RowY(1));
-  ctrl.UserMouseUp(view::vbRightButton, 0, 20, RowY(1));
-  EXPECT_TRUE(log.empty());
 }
 
 TEST_F(DragTest, HostDragBringsBothNodesIntoViewAndDrops) {

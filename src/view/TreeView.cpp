@@ -10,7 +10,6 @@
 
 namespace kmd::view {
 
-
 bool ImageList::HasKey(const std::string& key) const {
   return std::find(m_Keys.begin(), m_Keys.end(), key) != m_Keys.end();
 }

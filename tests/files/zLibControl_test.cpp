@@ -455,57 +455,38 @@ TEST_F(ZLibTest, ATemporaryNameIsForgottenOnceRemoved) {
   fs::remove(temp);
 }
 
-TEST_F(ZLibTest, AddFileListsPatternsAndManagesTheList) {
+TEST_F(ZLibTest, AddFileTakesPatternsAndWindowsPathsAndTheListIsManaged) {
   WriteAll(root / "d" / "b.TXT", "bb");
   WriteAll(root / "d" / "a.txt", "a");
-  WriteAll(root / "d" / "c.dat", "c");
   WriteAll(root / "d" / "noext", "n");
-  WriteAll(root / "d" / ".hidden.txt", "h");
   fs::create_directories(root / "d" / "sub.txt");
   const std::string d = (root / "d").string() + "/";
 
   zLibControl z;
   EXPECT_FALSE(z.AddFile(d + "missing.txt"));
   EXPECT_FALSE(z.AddFile(d + "sub.txt"));
-  EXPECT_TRUE(z.AddFile(d + "sub.txt", 16));
+  EXPECT_TRUE(z.AddFile(d + "sub.txt", 16));  // a folder is taken as found, but adds nothing
   EXPECT_EQ(z.FileCount(), 0);
-  EXPECT_FALSE(z.AddFile(d + "*.zip"));
-  ASSERT_TRUE(z.AddFile(d + "*.txt"));
+  ASSERT_TRUE(z.AddFile(d + "*.txt"));  // without case, in name order
   ASSERT_EQ(z.FileCount(), 2);
   EXPECT_EQ(z.Path(0), d + "a.txt");
   EXPECT_EQ(z.Path(1), d + "b.TXT");
-  ASSERT_TRUE(z.AddFile(d + "*.*"));
-  EXPECT_EQ(z.FileCount(), 6);  // "*.*" takes names without a dot too, hidden names not
-  EXPECT_FALSE(z.AddFile(d + ".h*"));
-  ASSERT_TRUE(z.AddFile(d + ".h*", 2));
-  EXPECT_EQ(z.Path(6), d + ".hidden.txt");
-  ASSERT_TRUE(z.RemoveFile(6));
-
   // A Windows form path reaches the same file and keeps the Windows form.
-  const std::string win = "C:" + kmd::zpath::ToWindows(d) + "c.dat";
+  const std::string win = "C:" + kmd::zpath::ToWindows(d) + "noext";
   ASSERT_TRUE(z.AddFile(win));
-  EXPECT_EQ(z.Path(6), win);
-  EXPECT_EQ(z.filename(6), kmd::zpath::ToWindows(d) + "c.dat");
-  EXPECT_EQ(z.Original_Crc32(6), z.Original_Crc32(4));
-  EXPECT_EQ(z.Max(), 1);  // the size of the last file added, raised to the minimum
+  EXPECT_EQ(z.Path(2), win);
+  EXPECT_EQ(z.filename(2), kmd::zpath::ToWindows(d) + "noext");
 
-  EXPECT_FALSE(z.RemoveFile(7));
+  EXPECT_FALSE(z.RemoveFile(3));
   ASSERT_TRUE(z.RemoveFile(0));
   EXPECT_EQ(z.Path(0), d + "b.TXT");
-  EXPECT_EQ(z.FileSize(6), -1);
   z.SetFilename(0, "y.txt");
   EXPECT_EQ(z.filename(0), "\\y.txt");
-  z.SetFilename(0, "D:\\x\\y.txt");
-  EXPECT_EQ(z.filename(0), "\\x\\y.txt");
   z.SetFilename(0, "1:z.txt");  // whatever stands before a ":" in second place goes
   EXPECT_EQ(z.filename(0), "\\z.txt");
-
-  z.SetValue(5);
   z.reset();
   EXPECT_EQ(z.FileCount(), 0);
-  EXPECT_EQ(z.Value(), 0);
   EXPECT_EQ(TempCount(), 0u);
-  EXPECT_EQ(z.Calculate_Crc32(d + "nothing"), 0u);
   EXPECT_EQ(z.Calculate_Crc32(d), 0u);
 }
 

@@ -421,8 +421,6 @@ const std::vector<Node*>& TreeView::VisibleRows() const {
   while (!stack.empty()) {
     Node* n = stack.back();
     stack.pop_back();
-    n->m_Row = static_cast<int>(m_Rows.size());
-    n->m_RowStamp = m_RowsStamp;
     m_Rows.push_back(n);
     if (n->m_Expanded)
       for (Node* c = n->m_LastChild; c; c = c->m_PrevSib) stack.push_back(c);
@@ -442,7 +440,13 @@ std::vector<NodePtr> TreeView::ViewableRows() const {
 int TreeView::RowOf(const Node* node) const {
   if (!node || node->m_Tree != this) return -1;
   VisibleRows();
-  return node->m_RowStamp == m_RowsStamp ? node->m_Row : -1;
+  if (m_RowOfNode != node || m_RowOfStamp != m_RowsStamp) {
+    auto it = std::find(m_Rows.begin(), m_Rows.end(), node);
+    m_RowOfNode = node;
+    m_RowOfRow = it == m_Rows.end() ? -1 : static_cast<int>(it - m_Rows.begin());
+    m_RowOfStamp = m_RowsStamp;
+  }
+  return m_RowOfRow;
 }
 
 void TreeView::ResolveScroll() const {

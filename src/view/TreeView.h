@@ -114,9 +114,6 @@ class alignas(64) Node {
   uint32_t m_Image = 0;
   uint32_t m_SelectedImage = 0;
   uint32_t m_ExpandedImage = 0;
-  // The node's row among the visible rows when m_RowStamp is the tree's stamp of those rows.
-  int m_Row = 0;
-  uint64_t m_RowStamp = 0;
   NodeArena* m_Arena = nullptr;
   std::string m_Key;
 };
@@ -244,6 +241,11 @@ class TreeView : public Control {
   mutable std::vector<Node*> m_Rows;  // VisibleRows, valid while m_RowsValid
   mutable bool m_RowsValid = false;
   mutable uint64_t m_RowsStamp = 0;
+  // The last row RowOf found, while the rows are those of m_RowOfStamp: a rebuild of the rows
+  // writes nothing into the nodes, and the few rows asked for are looked up.
+  mutable const Node* m_RowOfNode = nullptr;
+  mutable int m_RowOfRow = -1;
+  mutable uint64_t m_RowOfStamp = 0;
   // The relative named by key in the last Add: loads add many children to one parent in a row.
   std::string m_LastRelativeKey;
   Node* m_LastRelative = nullptr;

@@ -9,17 +9,13 @@
 #include <sstream>
 
 #include "frame/FormContext.h"
+#include "support/FileText.h"
 
 namespace kmd::testing_frame {
 
 namespace fs = std::filesystem;
 
-inline fs::path ScratchDir(const std::string& name) {
-  fs::path dir = fs::temp_directory_path() / ("kmd_frame_" + name + "_" + std::to_string(::getpid()));
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  return dir;
-}
+inline fs::path ScratchDir(const std::string& name) { return test::ScratchDir("kmd_frame_" + name); }
 
 inline std::string ReadFile(const fs::path& p) {
   std::ifstream in(p, std::ios::binary);

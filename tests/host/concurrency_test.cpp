@@ -19,6 +19,7 @@
 #include "host/Context.h"
 #include "host/ScriptHost.h"
 #include "host/Setup.h"
+#include "support/FileText.h"
 #include "view/TreeView.h"
 #include "view/Widgets.h"
 
@@ -30,9 +31,7 @@ namespace {
 class ManyHosts : public testing::Test {
  protected:
   void SetUp() override {
-    dir = fs::temp_directory_path() / ("kmd_hosts_" + std::to_string(::getpid()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
+    dir = kmd::test::ScratchDir("kmd_hosts");
     path = test::ScratchAddress(dir, "hosts.db");
     host::InitDatabase(path, true);
   }

@@ -18,6 +18,7 @@
 #include "host/AllForms.h"
 #include "host/Context.h"
 #include "host/Setup.h"
+#include "support/FileText.h"
 #include "view/Widgets.h"
 
 namespace fs = std::filesystem;
@@ -316,9 +317,7 @@ std::string Fresh(const std::string& t, size_t place) {
 class SafetySweep : public testing::Test {
  protected:
   static void SetUpTestSuite() {
-    dir = fs::temp_directory_path() / ("kmd_safety_" + std::to_string(::getpid()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
+    dir = kmd::test::ScratchDir("kmd_safety");
     host::InitDatabase(test::ScratchAddress(dir, "demo.db"), true);
   }
   static void TearDownTestSuite() {

@@ -14,11 +14,12 @@
 #include <sstream>
 
 #include "base/RuntimeError.h"
-#include "db/Scratch.h"
 #include "db/Connection.h"
+#include "db/Scratch.h"
 #include "host/Context.h"
 #include "host/ScriptHost.h"
 #include "host/Setup.h"
+#include "support/FileText.h"
 
 namespace fs = std::filesystem;
 
@@ -155,9 +156,7 @@ INSTANTIATE_TEST_SUITE_P(All, Scenario, testing::ValuesIn(ScenarioFiles()),
 class HostFailures : public testing::Test {
  protected:
   void SetUp() override {
-    dir = fs::temp_directory_path() / ("kmd_failures_" + std::to_string(::getpid()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
+    dir = kmd::test::ScratchDir("kmd_failures");
     db = (dir / "test.db").string();
     kmd::host::InitDatabase(db, false);
   }

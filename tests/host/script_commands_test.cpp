@@ -11,6 +11,7 @@
 #include "host/Context.h"
 #include "host/ScriptHost.h"
 #include "host/Setup.h"
+#include "support/FileText.h"
 
 namespace fs = std::filesystem;
 using namespace kmd;
@@ -54,9 +55,7 @@ class Probe : public Form {
 class ScriptCommands : public testing::Test {
  protected:
   void SetUp() override {
-    dir = fs::temp_directory_path() / ("kmd_script_commands_" + std::to_string(::getpid()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
+    dir = kmd::test::ScratchDir("kmd_script_commands");
     db = (dir / "t.db").string();
     host::InitDatabase(db, true);
     forms.Add<Probe>("Probe", "探针", "test");

@@ -9,6 +9,7 @@
 #include "frame/Settings.h"
 #include "host/Context.h"
 #include "host/Setup.h"
+#include "support/FileText.h"
 #include "view/Widgets.h"
 
 namespace fs = std::filesystem;
@@ -29,9 +30,7 @@ class Boxes : public view::Platform {
 class HostTest : public testing::Test {
  protected:
   void SetUp() override {
-    dir = fs::temp_directory_path() / ("kmd_host_settings_" + std::to_string(::getpid()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
+    dir = kmd::test::ScratchDir("kmd_host_settings");
     host::InitDatabase((dir / "t.db").string(), true);
     database = std::make_shared<db::Database>(db::Open((dir / "t.db").string()));
     context = std::make_shared<host::Context>(database, IUserInfo{"tester", (dir / "home").string(), ""});

@@ -14,6 +14,7 @@
 #include "db/Connection.h"
 #include "host/Setup.h"
 #include "host/WebHost.h"
+#include "support/FileText.h"
 
 namespace fs = std::filesystem;
 using nlohmann::json;
@@ -25,9 +26,7 @@ namespace {
 class WebHostTest : public testing::Test {
  protected:
   void SetUp() override {
-    m_Dir = fs::temp_directory_path() / ("kmd_web_" + std::to_string(::getpid()));
-    fs::remove_all(m_Dir);
-    fs::create_directories(m_Dir);
+    m_Dir = kmd::test::ScratchDir("kmd_web");
     m_Db = (m_Dir / "test.db").string();
     kmd::host::InitDatabase(m_Db, true);
     m_Host = std::make_unique<WebHost>(WebHost::Options{m_Db, {"tester", (m_Dir / "home").string(), ""}});

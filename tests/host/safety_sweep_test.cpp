@@ -332,9 +332,14 @@ class SafetySweep : public testing::Test {
   }
 
   // The first leaf record the form opens for editing, and the texts of its fields.
+  // Leaves are tried by id, not in load order: a server returns an unordered load in the order its
+  // heap holds the rows, which changes as copies of the database are put back.
   static int64_t PickRecord(Window& w, std::vector<std::string>& texts) {
-    for (const auto& n : w.Tree().AllNodes()) {
-      if (!n->Parent() || n->Children() > 0 || n->Tag.ToLong() <= 0) continue;
+    std::vector<view::Node*> leaves;
+    for (auto* n : w.Tree().AllNodes())
+      if (n->Parent() && n->Children() == 0 && n->Tag.ToLong() > 0) leaves.push_back(n);
+    std::ranges::sort(leaves, {}, [](const view::Node* n) { return n->Tag.ToLong(); });
+    for (auto* n : leaves) {
       w.form->Run([&] { w.Tree().UserClick(n->Ptr()); });
       bool editable = w.form->FileEdit();
       w.form->FileCancel();

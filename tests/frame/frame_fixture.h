@@ -1,12 +1,8 @@
 #pragma once
 // Shared helpers of the frame tests: a scratch folder and a context that only knows its user,
 // its options and its database.
-#include <unistd.h>
-
 #include <filesystem>
-#include <fstream>
 #include <map>
-#include <sstream>
 
 #include "frame/FormContext.h"
 #include "support/FileText.h"
@@ -17,17 +13,8 @@ namespace fs = std::filesystem;
 
 inline fs::path ScratchDir(const std::string& name) { return test::ScratchDir("kmd_frame_" + name); }
 
-inline std::string ReadFile(const fs::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-inline void WriteFile(const fs::path& p, const std::string& content) {
-  std::ofstream out(p, std::ios::binary);
-  out << content;
-}
+using test::ReadAll;
+using test::WriteAll;
 
 class FakeContext : public IFormContext {
  public:

@@ -2,6 +2,7 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <sstream>
 
 #include "base/RuntimeError.h"
 #include "frame/StatusStore.h"
@@ -17,7 +18,7 @@ using namespace kmd::testing_frame;
 TEST(StatusStore, RoundTripKeepsValuesAfterTheFirstEqualsAndOtherSections) {
   auto dir = ScratchDir("store");
   auto path = (dir / "f.txt").string();
-  WriteFile(path, "\xEF\xBB\xBF[Other]\r\nA=1\r\n[Form]\r\nOld=x\r\n");
+  WriteAll(path, "\xEF\xBB\xBF[Other]\r\nA=1\r\n[Form]\r\nOld=x\r\n");
   {
     IStatusStore store;
     store.Open(path);
@@ -27,7 +28,7 @@ TEST(StatusStore, RoundTripKeepsValuesAfterTheFirstEqualsAndOtherSections) {
     store.WriteBoolean("Form", "B", true);
     store.WriteString("New", "K", "two\nlines");
   }
-  EXPECT_EQ(ReadFile(path), "[Other]\nA=1\n[Form]\nold=y\nSql=a=b; c # d\nN=-5\nB=True\n[New]\nK=two lines\n");
+  EXPECT_EQ(ReadAll(path), "[Other]\nA=1\n[Form]\nold=y\nSql=a=b; c # d\nN=-5\nB=True\n[New]\nK=two lines\n");
   IStatusStore store;
   store.Open(path);
   EXPECT_EQ(store.ReadString("Form", "SQL", ""), "a=b; c # d");
@@ -142,7 +143,7 @@ TEST_F(Walk, KeysAreTypeNameAndIndexAsStored) {
   EXPECT_EQ(StatusKey(*combo), "COMBOBOX_Combo1_2");
   Fill();
   SaveStatus(c, path, false);
-  EXPECT_EQ(ReadFile(path),
+  EXPECT_EQ(ReadAll(path),
             "[Form]\n"
             "TREEVIEW_TV=cd  two\n"
             "QNTXT_S_qnT_0_Value=\n"
@@ -209,16 +210,16 @@ TEST_F(Walk, FirstStartChangesNothingAndSelectsNothing) {
 }
 
 TEST_F(Walk, NodeTextsMatchTheFirstInTreeOrderOrNothing) {
-  WriteFile(path, "[Form]\nTREEVIEW_TV=Ab  One\n");
+  WriteAll(path, "[Form]\nTREEVIEW_TV=Ab  One\n");
   GetStatus(c, path, true);
   EXPECT_EQ(tv->SelectedItem(), tv->Item("k1"));
 
   tv->SetSelectedItem(tv->Item("ROOT"));
-  WriteFile(path, "[Form]\nTREEVIEW_TV=ab  renamed\n");
+  WriteAll(path, "[Form]\nTREEVIEW_TV=ab  renamed\n");
   GetStatus(c, path, true);
   EXPECT_EQ(tv->SelectedItem(), tv->Item("ROOT"));  // no match: the selection stays as it was
 
-  WriteFile(path, "[Form]\nTREEVIEW_TV=\nLISTVIEW_LV=9\n");
+  WriteAll(path, "[Form]\nTREEVIEW_TV=\nLISTVIEW_LV=9\n");
   GetStatus(c, path, true);
   EXPECT_EQ(tv->SelectedItem(), tv->Item("ROOT"));
   EXPECT_EQ(lv->SelectedItem(), nullptr);
@@ -227,7 +228,7 @@ TEST_F(Walk, NodeTextsMatchTheFirstInTreeOrderOrNothing) {
 TEST_F(Walk, UnreadableValuesLeaveOnlyTheirOwnControlAndColumn) {
   check->SetValue(1);
   grid->SetColWidth(2, 1234);
-  WriteFile(path,
+  WriteAll(path,
             "[Form]\nCHECKBOX_Check1=abc\nTEXTBOX_Text1=after\nOPTIONBUTTON_Opt_0=maybe\n"
             "QNGRID_Grid1_Col1=800\nQNGRID_Grid1_Col2=wide\nQNGRID_Grid1_Col3=700\n");
   GetStatus(c, path, true);
@@ -248,7 +249,7 @@ TEST_F(Walk, FailedSavesThrowAndLeaveTheOldFile) {
   GetStatus(c, bad, true);
   EXPECT_EQ(tv->SelectedItem(), tv->Item("k3"));
 
-  WriteFile(path, "[Form]\nTEXTBOX_Text1=old\n");
+  WriteAll(path, "[Form]\nTEXTBOX_Text1=old\n");
   struct rlimit saved {};
   ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
   auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
@@ -264,7 +265,7 @@ TEST_F(Walk, FailedSavesThrowAndLeaveTheOldFile) {
   setrlimit(RLIMIT_FSIZE, &saved);
   std::signal(SIGXFSZ, oldHandler);
   EXPECT_EQ(why, "cannot write " + path + ": File too large");
-  EXPECT_EQ(ReadFile(path), "[Form]\nTEXTBOX_Text1=old\n");
+  EXPECT_EQ(ReadAll(path), "[Form]\nTEXTBOX_Text1=old\n");
 
   fs::create_directories(dir / "D.txt");  // a folder in the file's place
   EXPECT_THROW(SaveStatus(c, (dir / "D.txt").string(), false), RuntimeError);

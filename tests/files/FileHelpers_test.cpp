@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "base/RuntimeError.h"
 #include "db/Connection.h"
@@ -13,7 +11,7 @@
 #include "files/bGetTempFile.h"
 #include "files/file2db.h"
 #include "files/mShellExecute.h"
-#include "support/FileText.h"
+#include "files_fixture.h"
 
 namespace fs = std::filesystem;
 using namespace kmd;
@@ -23,22 +21,7 @@ using test::WriteAll;
 
 namespace {
 
-// A private folder per test, and the temporary folder pointed into it.
-class Files : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string tmpl = (fs::temp_directory_path() / "kmdfilesXXXXXX").string();
-    root = mkdtemp(tmpl.data());
-    tmp = root / "tmp";
-    fs::create_directories(tmp);
-    setenv("TMPDIR", tmp.c_str(), 1);
-  }
-  void TearDown() override {
-    unsetenv("TMPDIR");
-    fs::remove_all(root);
-  }
-  fs::path root, tmp;
-};
+using Files = test::TempRoot;
 
 // Catches the run-time error of `f` and gives "number source: description".
 template <class F>

@@ -1,11 +1,10 @@
 #include "files/PackTool.h"
-#include "support/FileText.h"
+#include "files_fixture.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -17,20 +16,16 @@ using test::WriteAll;
 namespace {
 
 // The commands run in a private working folder, as `kmd pack` and friends run in the user's.
-class PackToolTest : public ::testing::Test {
+class PackToolTest : public test::TempRoot {
  protected:
   void SetUp() override {
-    std::string tmpl = (fs::temp_directory_path() / "kmdpackXXXXXX").string();
-    root = mkdtemp(tmpl.data());
-    fs::create_directories(root / "tmp");
-    setenv("TMPDIR", (root / "tmp").c_str(), 1);
+    TempRoot::SetUp();
     cwd = fs::current_path();
     fs::current_path(root);
   }
   void TearDown() override {
     fs::current_path(cwd);
-    unsetenv("TMPDIR");
-    fs::remove_all(root);
+    TempRoot::TearDown();
   }
   int Pack(const std::vector<std::string>& inputs, bool overwrite = true, const std::string& archive = "all.zlb") {
     zLibControl z;
@@ -53,7 +48,7 @@ class PackToolTest : public ::testing::Test {
     return names;
   }
 
-  fs::path root, cwd;
+  fs::path cwd;
   std::ostringstream err;
 };
 

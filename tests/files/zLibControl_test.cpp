@@ -11,7 +11,7 @@
 
 #include "base/RuntimeError.h"
 #include "files/FilePaths.h"
-#include "support/FileText.h"
+#include "files_fixture.h"
 
 namespace fs = std::filesystem;
 using kmd::zLibControl;
@@ -108,23 +108,15 @@ std::vector<FormatEntry> ReadByFormat(const Bytes& raw) {
 }
 
 // Each test runs with a private temporary folder, so leftovers of the control can be counted.
-class ZLibTest : public ::testing::Test {
+class ZLibTest : public kmd::test::TempRoot {
  protected:
   void SetUp() override {
-    std::string tmpl = (fs::temp_directory_path() / "zlibtestXXXXXX").string();
-    root = mkdtemp(tmpl.data());
-    tmp = root / "tmp";
-    fs::create_directories(tmp);
-    setenv("TMPDIR", tmp.c_str(), 1);
+    TempRoot::SetUp();
     out = root / "out";
-  }
-  void TearDown() override {
-    unsetenv("TMPDIR");
-    fs::remove_all(root);
   }
   size_t TempCount() const { return static_cast<size_t>(std::distance(fs::directory_iterator(tmp), {})); }
 
-  fs::path root, tmp, out;
+  fs::path out;
 };
 
 // Packs the given (stored name, content) pairs into root/c.zlb.

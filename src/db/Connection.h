@@ -27,9 +27,14 @@ class Cursor {
  public:
   virtual ~Cursor() = default;
   virtual const std::vector<std::string>& Columns() const = 0;
-  // Reads the next row into `row`, reusing the room of its values; false after the last row or on
-  // a failure, which Error() then describes.
+  // Makes the next row current in `row`, reusing the room of its values; false after the last row
+  // or on a failure, which Error() then describes. A cursor may leave a value unread until Read
+  // asks for it.
   virtual bool Next(Row& row) = 0;
+  // Makes sure that `row[column]` of the row last given to Next holds its value.
+  virtual void Read(size_t /*column*/) {}
+  // Reads every value of that row that is not read yet.
+  virtual void ReadAll() {}
   virtual std::string Error() const = 0;
 };
 

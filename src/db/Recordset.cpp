@@ -65,6 +65,7 @@ const Value& Recordset::Fields(int index) const {
   CheckOpen();
   if (index < 0 || static_cast<size_t>(index) >= m_Columns.size()) throw RuntimeError(kNoItem);
   if (Eof()) throw RuntimeError(kNoRow);
+  if (m_Cursor) m_Cursor->Read(static_cast<size_t>(index));
   return m_Rows[m_Pos][index];
 }
 
@@ -105,6 +106,11 @@ void Recordset::MoveNext() {
   throw RuntimeError(err);
 }
 
+const std::vector<Row>& Recordset::Rows() const {
+  if (m_Cursor) m_Cursor->ReadAll();
+  return m_Rows;
+}
+
 void Recordset::MoveFirst() {
   CheckOpen();
   if (m_Moved) throw RuntimeError("Rowset does not support fetching backward.");
@@ -115,7 +121,10 @@ std::vector<Row> Recordset::GetRows() {
   CheckOpen();
   if (m_ForwardOnly) {
     std::vector<Row> out;
-    for (; !Eof(); MoveNext()) out.push_back(m_Rows[0]);
+    for (; !Eof(); MoveNext()) {
+      m_Cursor->ReadAll();
+      out.push_back(m_Rows[0]);
+    }
     return out;
   }
   std::vector<Row> out(m_Rows.begin() + static_cast<long>(std::min(m_Pos, m_Rows.size())), m_Rows.end());

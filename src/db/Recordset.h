@@ -58,7 +58,7 @@ class Recordset {
 
   // All remaining rows, as GetRows gives them (rows here, not columns).
   std::vector<Row> GetRows();
-  const std::vector<Row>& Rows() const { return m_Rows; }
+  const std::vector<Row>& Rows() const;
 
   // Makes the recordset updatable over `table`.
   void SetWriter(std::string table, Writer writer, KeyReader keys);

@@ -129,8 +129,13 @@ std::string ErrorOf(sqlite3* db) {
 
 std::string SqliteConnection::Error() const { return ErrorOf(m_Db); }
 
+void SqliteConnection::ReadCursorRows() {
+  for (Cursor* c : *m_Cursors) c->ReadAll();
+}
+
 std::string SqliteConnection::Prepare(const std::string& sql, const std::vector<Value>& params, sqlite3_stmt*& st) {
   st = nullptr;
+  ReadCursorRows();
   if (std::string why = RefusedStatement(sql); !why.empty()) return why;
   std::string adapted = dialect::ToSqlite(sql);
   const char* tail = nullptr;
@@ -167,13 +172,22 @@ std::string SqliteConnection::Run(const std::string& sql, const std::vector<Valu
 namespace {
 
 // The live statement of a query. Its first step ran when it was opened, so that the failures of a
-// statement that runs at all show there, as with Run.
+// statement that runs at all show there, as with Run. A row's values are read when asked for: a
+// load that reads three columns of a wide table does not pay for the others. Before any other
+// statement of the connection runs, the connection has the current row read in full, so a value
+// read late is the value the row had when it was stepped to.
 class SqliteCursor : public Cursor {
  public:
   // The statement keeps its connection's handle open (a closed connection waits for its
   // statements), so a cursor may outlive the connection object.
-  SqliteCursor(sqlite3_stmt* st, int firstStep) : m_St(st), m_Columns(ColumnNames(st)), m_Step(firstStep) {}
-  ~SqliteCursor() override { sqlite3_finalize(m_St); }
+  SqliteCursor(sqlite3_stmt* st, int firstStep, std::shared_ptr<std::vector<Cursor*>> open)
+      : m_St(st), m_Columns(ColumnNames(st)), m_Step(firstStep), m_Open(std::move(open)) {
+    m_Open->push_back(this);
+  }
+  ~SqliteCursor() override {
+    std::erase(*m_Open, this);
+    sqlite3_finalize(m_St);
+  }
   SqliteCursor(const SqliteCursor&) = delete;
   SqliteCursor& operator=(const SqliteCursor&) = delete;
 
@@ -182,11 +196,22 @@ class SqliteCursor : public Cursor {
     if (m_Started) m_Step = m_Step == SQLITE_ROW ? sqlite3_step(m_St) : m_Step;
     m_Started = true;
     if (m_Step == SQLITE_ROW) {
-      ReadRow(m_St, row);
+      row.resize(m_Columns.size());
+      m_Row = &row;
+      m_Read.assign(m_Columns.size(), false);
       return true;
     }
+    m_Row = nullptr;
     if (m_Step != SQLITE_DONE && m_Error.empty()) m_Error = ErrorOf(sqlite3_db_handle(m_St));
     return false;
+  }
+  void Read(size_t column) override {
+    if (!m_Row || column >= m_Read.size() || m_Read[column]) return;
+    ReadColumn(m_St, static_cast<int>(column), (*m_Row)[column]);
+    m_Read[column] = true;
+  }
+  void ReadAll() override {
+    for (size_t i = 0; i < m_Read.size(); ++i) Read(i);
   }
   std::string Error() const override { return m_Error; }
 
@@ -196,6 +221,9 @@ class SqliteCursor : public Cursor {
   int m_Step;
   bool m_Started = false;
   std::string m_Error;
+  std::shared_ptr<std::vector<Cursor*>> m_Open;
+  Row* m_Row = nullptr;       // the row last given to Next, while it is current
+  std::vector<bool> m_Read;   // its values read so far
 };
 
 }  // namespace
@@ -210,7 +238,7 @@ std::unique_ptr<Cursor> SqliteConnection::OpenCursor(const std::string& sql, std
     sqlite3_finalize(st);
     return nullptr;
   }
-  return std::make_unique<SqliteCursor>(st, rc);
+  return std::make_unique<SqliteCursor>(st, rc, m_Cursors);
 }
 
 std::string SqliteConnection::Begin() { return Run("BEGIN", {}, nullptr); }
@@ -229,6 +257,7 @@ std::vector<std::string> SqliteConnection::KeyColumns(const std::string& table) 
 }
 
 std::string SqliteConnection::RunScript(const std::string& script) {
+  ReadCursorRows();
   char* msg = nullptr;
   int rc = sqlite3_exec(m_Db, script.c_str(), nullptr, nullptr, &msg);
   std::string err;

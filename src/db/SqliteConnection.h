@@ -1,5 +1,7 @@
 #pragma once
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "db/Connection.h"
 
@@ -36,7 +38,12 @@ class SqliteConnection : public Connection {
   std::string Error() const;
   // Prepares one statement and binds its parameters; gives "" or why it cannot run.
   std::string Prepare(const std::string& sql, const std::vector<Value>& params, sqlite3_stmt*& st);
+  // Reads the current rows of the open cursors in full, before another statement runs and may
+  // change what they would read.
+  void ReadCursorRows();
   sqlite3* m_Db = nullptr;
+  // The open cursors of this connection (shared with them: a cursor may outlive its connection).
+  std::shared_ptr<std::vector<Cursor*>> m_Cursors = std::make_shared<std::vector<Cursor*>>();
 };
 
 }  // namespace kmd::db

@@ -108,11 +108,15 @@ bool FlatDictionary::LoadNodes(db::IDatabase& db) {
     RaiseErrMessage(m_LoadErrorPrefix + err, kFailure, m_Title);
     return false;
   }
+  // The columns are found once for all the rows (a missing one still fails at the first row).
+  const int idColumn = rs->ColumnIndex(m_IdColumn), nameColumn = rs->ColumnIndex(m_NameColumn);
+  const int codeColumn = m_CodeColumn.empty() ? 0 : rs->ColumnIndex(m_CodeColumn);
+  const NodeRef root("ROOT");
+  const Value image(1);
   while (!rs->Eof()) {
-    std::string id = text::Trim(Str(*rs, m_IdColumn));
-    std::string code = m_CodeColumn.empty() ? "" : Str(*rs, m_CodeColumn);
-    auto node = m_Tv->NodeAdd(NodeRef("ROOT"), view::tvwChild, "k" + id, NodeText(code, Str(*rs, m_NameColumn)),
-                              Value(1));
+    std::string id = text::Trim(rs->Fields(idColumn).ToText());
+    std::string code = m_CodeColumn.empty() ? "" : rs->Fields(codeColumn).ToText();
+    auto node = m_Tv->NodeAdd(root, view::tvwChild, "k" + id, NodeText(code, rs->Fields(nameColumn).ToText()), image);
     if (!node) throw RuntimeError("Object variable or With block variable not set");
     node->Tag = Value(std::move(id));
     rs->MoveNext();

@@ -179,16 +179,22 @@ TEST_F(DbTest, UpdatableRecordsetWritesThroughParameters) {
 }
 
 TEST_F(DbTest, ForwardOnlyRecordsetReadsRowsAsTheyCome) {
-  auto rs = database->CreateCommand("select 往来ID, 销售员ID from kmdwldw order by 往来ID")->OpenForwardOnly();
+  database->CreateCommand("insert into kmdskfs values (11, 'card'), (12, 'cheque')")->Execute();
+  const char* sql = "select 收款方式ID, 收款名称 from kmdskfs order by 收款方式ID";
+  auto all = database->CreateCommand(sql)->OpenRecordset()->GetRows();
+  auto rs = database->CreateCommand(sql)->OpenForwardOnly();
   EXPECT_EQ(rs->RecordCount(), -1);
-  std::vector<int> got;
+  std::vector<db::Row> got;
   for (; !rs->Eof(); rs->MoveNext()) {
-    got.push_back(rs->Fields("往来id").ToLong());
-    // Writing while the rows are read leaves the read alone.
-    database->CreateCommand("insert into kmdskfs values (" + std::to_string(100 + got.back()) + ", 'x')")->Execute();
+    Value id = rs->Fields("收款方式id");
+    // Writing while the rows are read leaves the read alone, even a value of the row not read yet.
+    database->CreateCommand("update kmdskfs set 收款名称 = 'a longer name than any' where 收款方式ID = " + id.ToText())
+        ->Execute();
     ASSERT_EQ(database->LastError().Description(), "");
+    got.push_back({id, rs->Fields(1)});
   }
-  EXPECT_EQ(got, (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(got, all);
+  EXPECT_EQ(got.size(), 3u);
   EXPECT_THROW(rs->MoveFirst(), RuntimeError);
   EXPECT_THROW(rs->MoveNext(), RuntimeError);
   rs->Close();

@@ -10,7 +10,8 @@ cTreeView::cTreeView(view::Platform& platform) : m_Platform(platform) {}
 cTreeView::~cTreeView() { UnHookCtrl(); }
 
 NodePtr cTreeView::NodeAdd(const NodeRef& vRelative, int eRelationship, std::string sKey, std::string sText,
-                           const Value& vImage, const Value& vSelectedImage, const Value& vTag, bool bBold, bool bChecked, bool bEnsureVisible, bool bExpanded,
+                           const Value& vImage, const Value& vSelectedImage, const Value& vTag, bool bBold,
+                           bool bChecked, bool bEnsureVisible, bool bExpanded,
                            bool bSelected, bool /*bVisible*/, int32_t lForeColor, int32_t lBackColor,
                            const Value& vExpandedImage) {
   if (!m_Tree) return nullptr;

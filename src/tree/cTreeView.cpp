@@ -9,6 +9,11 @@ cTreeView::cTreeView(view::Platform& platform) : m_Platform(platform) {}
 
 cTreeView::~cTreeView() { UnHookCtrl(); }
 
+namespace {
+// The images a node gets when none is named: the first two of a list of three or more.
+const Value kFirstImage(1), kSecondImage(2);
+}  // namespace
+
 NodePtr cTreeView::NodeAdd(const NodeRef& vRelative, int eRelationship, std::string sKey, std::string sText,
                            const Value& vImage, const Value& vSelectedImage, const Value& vTag, bool bBold,
                            bool bChecked, bool bEnsureVisible, bool bExpanded,
@@ -17,16 +22,14 @@ NodePtr cTreeView::NodeAdd(const NodeRef& vRelative, int eRelationship, std::str
   if (!m_Tree) return nullptr;
   NodePtr result;
   try {
-    Value image = vImage, selectedImage = vSelectedImage, expandedImage = vExpandedImage;
-    if (oImgList && oImgList->Count() >= 3) {
-      if (image.IsEmpty()) image = Value(1);
-      if (expandedImage.IsEmpty()) expandedImage = Value(1);
-      if (selectedImage.IsEmpty()) selectedImage = Value(2);
-    }
+    const bool defaults = oImgList && oImgList->Count() >= 3;
+    const Value& image = defaults && vImage.IsEmpty() ? kFirstImage : vImage;
+    const Value& selectedImage = defaults && vSelectedImage.IsEmpty() ? kSecondImage : vSelectedImage;
+    const Value& expandedImage = defaults && vExpandedImage.IsEmpty() ? kFirstImage : vExpandedImage;
     int relationship = eRelationship;
     if (relationship < 0) relationship = view::tvwNext;
     auto node = m_Tree->Add(vRelative, relationship, std::move(sKey), std::move(sText), image, selectedImage);
-    node->Tag = vTag;
+    if (!vTag.IsEmpty()) node->Tag = vTag;
     node->Bold = bBold;
     node->Checked = bChecked;
     if (bEnsureVisible) node->EnsureVisible();
@@ -35,9 +38,9 @@ NodePtr cTreeView::NodeAdd(const NodeRef& vRelative, int eRelationship, std::str
     node->ForeColor = lForeColor == 0 ? static_cast<int32_t>(0x80000008u) : lForeColor;
     node->BackColor = lBackColor == 0 ? static_cast<int32_t>(0x80000005u) : lBackColor;
     if (!expandedImage.IsEmpty()) node->SetExpandedImage(expandedImage);
-    result = node;
     m_Tree->SetSelectedItem(node);
     node->EnsureVisible();
+    result = std::move(node);
   } catch (const std::exception&) {
     // A failed add reports nothing: the caller tests the result.
   }

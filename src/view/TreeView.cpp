@@ -166,7 +166,7 @@ void Node::SetExpanded(bool expanded, bool raiseEvent) {
   if (!expanded && m_Tree->Collapse) m_Tree->Collapse(self);
 }
 
-bool Node::Selected() const { return m_Tree && m_Tree->SelectedItem().get() == this; }
+bool Node::Selected() const { return m_Tree && m_Tree->m_Selected == this; }
 
 void Node::SetSelected(bool selected) {
   if (!m_Tree) return;
@@ -186,7 +186,8 @@ TreeView::TreeView(std::string name, int index)
 
 TreeView::~TreeView() {
   // Nodes somebody still holds outlive the tree in their arena, belonging to no tree.
-  m_Selected = m_DropHighlight = nullptr;
+  m_Selected = nullptr;
+  m_DropHighlight = nullptr;
   m_ScrollTarget = nullptr;
   if (m_Arena.use_count() > 1)
     for (Node* n : m_All) n->m_Tree = nullptr;
@@ -301,7 +302,7 @@ void TreeView::Remove(const NodePtr& node) {
   // When the selection lies in the removed subtree, the next sibling, else the previous sibling,
   // else the parent takes its place.
   bool selectionGoes = false;
-  for (Node* s = m_Selected.get(); s; s = s->m_Parent)
+  for (Node* s = m_Selected; s; s = s->m_Parent)
     if (s == node.get()) selectionGoes = true;
   Node* replacement = node->m_NextSib ? node->m_NextSib : node->m_PrevSib ? node->m_PrevSib : node->m_Parent;
   Unlink(node.get());
@@ -349,7 +350,7 @@ void TreeView::Remove(const NodePtr& node) {
   }
   m_All.resize(to);
   m_StaleFrom = std::min(m_StaleFrom, first + 1);
-  if (selectionGoes) m_Selected = Share(replacement);
+  if (selectionGoes) m_Selected = replacement;
   if (m_DropHighlight && !m_DropHighlight->m_Tree) m_DropHighlight = nullptr;
   if (m_ScrollTarget && !m_ScrollTarget->m_Tree) m_ScrollTarget = nullptr;
 }
@@ -407,7 +408,7 @@ std::vector<NodePtr> TreeView::Roots() const {
 
 void TreeView::SetSelectedItem(const NodePtr& node) {
   if (node && node->m_Tree != this) throw RuntimeError("Element not found");
-  m_Selected = node;
+  m_Selected = node.get();
 }
 
 int TreeView::GetVisibleCount() const { return std::max(1, Height() / std::max(1, m_RowHeight)); }
@@ -502,7 +503,7 @@ void TreeView::UserExpand(const NodePtr& node) {
 
 void TreeView::UserClick(const NodePtr& node) {
   if (!Enabled() || !node || node->m_Tree != this) return;
-  m_Selected = node;
+  m_Selected = node.get();
   if (NodeClick) NodeClick(node);
 }
 

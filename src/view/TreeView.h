@@ -162,7 +162,7 @@ class TreeView : public Control {
   // moved since the last Clear), so that a walk in display order may run down the array.
   bool InAddOrder() const { return m_InAddOrder; }
 
-  NodePtr SelectedItem() const { return m_Selected; }
+  NodePtr SelectedItem() const { return m_Selected ? m_Selected->Ptr() : nullptr; }
   // Selects the node (null clears the selection). Raises no event.
   void SetSelectedItem(const NodePtr& node);
   NodePtr DropHighlight() const { return m_DropHighlight; }
@@ -261,7 +261,8 @@ class TreeView : public Control {
   mutable size_t m_StaleFrom = kNoneStale;
   Node* m_FirstRoot = nullptr;
   Node* m_LastRoot = nullptr;
-  NodePtr m_Selected;
+  // The selected node; it stays in the arena until Clear, which forgets it.
+  Node* m_Selected = nullptr;
   NodePtr m_DropHighlight;
   std::shared_ptr<ImageList> m_ImageList;
   int m_RowHeight = 240;

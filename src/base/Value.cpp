@@ -22,23 +22,22 @@ Value::Value(long long v) { *this = FromWide(v); }
 void Value::AssignText(const char* data, size_t size) {
   if (auto* s = std::get_if<std::string>(&m_Data)) s->assign(data, size);
   else m_Data.emplace<std::string>(data, size);
-  m_Type = Type::String;
 }
 
 Value Value::Null() {
   Value v;
-  v.m_Type = Type::Null;
+  v.m_Data = NullData{};
   return v;
 }
 
 Value Value::Date(std::string text) {
-  Value v(std::move(text));
-  v.m_Type = Type::Date;
+  Value v;
+  v.m_Data = DateData{std::move(text)};
   return v;
 }
 
 std::string Value::ToText() const {
-  switch (m_Type) {
+  switch (GetType()) {
     case Type::Empty:
     case Type::Null:
       return "";
@@ -49,8 +48,9 @@ std::string Value::ToText() const {
     case Type::Double:
       return text::FormatNumber(std::get<double>(m_Data));
     case Type::String:
-    case Type::Date:
       return std::get<std::string>(m_Data);
+    case Type::Date:
+      return std::get<DateData>(m_Data).text;
     case Type::Bytes: {
       const auto& b = std::get<Bytes>(m_Data);
       return std::string(b.begin(), b.end());
@@ -60,7 +60,7 @@ std::string Value::ToText() const {
 }
 
 double Value::ToDouble() const {
-  switch (m_Type) {
+  switch (GetType()) {
     case Type::Empty:
     case Type::Null:
       return 0;
@@ -76,7 +76,7 @@ double Value::ToDouble() const {
 }
 
 int32_t Value::ToLong() const {
-  if (m_Type == Type::Long) return std::get<int32_t>(m_Data);
+  if (GetType() == Type::Long) return std::get<int32_t>(m_Data);
   double d = text::RoundHalfEven(ToDouble());
   if (!std::isfinite(d) || d < std::numeric_limits<int32_t>::min() ||
       d > std::numeric_limits<int32_t>::max())
@@ -85,8 +85,8 @@ int32_t Value::ToLong() const {
 }
 
 bool Value::ToBool() const {
-  if (m_Type == Type::Boolean) return std::get<bool>(m_Data);
-  if (m_Type == Type::String) {
+  if (GetType() == Type::Boolean) return std::get<bool>(m_Data);
+  if (GetType() == Type::String) {
     std::string t = text::Trim(std::get<std::string>(m_Data));
     if (text::EqualsNoCase(t, "true")) return true;
     if (text::EqualsNoCase(t, "false") || t.empty()) return false;
@@ -96,19 +96,20 @@ bool Value::ToBool() const {
 
 const Value::Bytes& Value::ToBytes() const {
   static const Bytes kNone;
-  if (m_Type == Type::Bytes) return std::get<Bytes>(m_Data);
+  if (GetType() == Type::Bytes) return std::get<Bytes>(m_Data);
   return kNone;
 }
 
 std::string Value::Display() const {
-  switch (m_Type) {
+  switch (GetType()) {
     case Type::Empty:
       return "Empty";
     case Type::Null:
       return "Null";
     case Type::String:
-    case Type::Date:
       return "\"" + std::get<std::string>(m_Data) + "\"";
+    case Type::Date:
+      return "\"" + std::get<DateData>(m_Data).text + "\"";
     case Type::Bytes:
       return "<" + std::to_string(std::get<Bytes>(m_Data).size()) + " bytes>";
     default:
@@ -117,7 +118,7 @@ std::string Value::Display() const {
 }
 
 bool Value::operator==(const Value& other) const {
-  return m_Type == other.m_Type && m_Data == other.m_Data;
+  return m_Data == other.m_Data;
 }
 
 }  // namespace kmd

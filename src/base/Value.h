@@ -15,14 +15,14 @@ class Value {
   using Bytes = std::vector<unsigned char>;
 
   Value() = default;
-  Value(bool b) : m_Type(Type::Boolean), m_Data(b) {}
-  Value(int v) : m_Type(Type::Long), m_Data(static_cast<int32_t>(v)) {}
+  Value(bool b) : m_Data(b) {}
+  Value(int v) : m_Data(static_cast<int32_t>(v)) {}
   Value(long v);
   Value(long long v);
-  Value(double d) : m_Type(Type::Double), m_Data(d) {}
-  Value(const char* s) : m_Type(Type::String), m_Data(std::string(s)) {}
-  Value(std::string s) : m_Type(Type::String), m_Data(std::move(s)) {}
-  Value(Bytes b) : m_Type(Type::Bytes), m_Data(std::move(b)) {}
+  Value(double d) : m_Data(d) {}
+  Value(const char* s) : m_Data(std::string(s)) {}
+  Value(std::string s) : m_Data(std::move(s)) {}
+  Value(Bytes b) : m_Data(std::move(b)) {}
 
   static Value Null();
   // Makes the value this text, reusing the room of a text it already holds: a loop that reads row
@@ -30,10 +30,13 @@ class Value {
   void AssignText(const char* data, size_t size);
   static Value Date(std::string text);
 
-  Type GetType() const { return m_Type; }
-  bool IsEmpty() const { return m_Type == Type::Empty; }
-  bool IsNull() const { return m_Type == Type::Null; }
-  bool IsNumeric() const { return m_Type == Type::Long || m_Type == Type::Double || m_Type == Type::Boolean; }
+  Type GetType() const { return static_cast<Type>(m_Data.index()); }
+  bool IsEmpty() const { return GetType() == Type::Empty; }
+  bool IsNull() const { return GetType() == Type::Null; }
+  bool IsNumeric() const {
+    Type t = GetType();
+    return t == Type::Long || t == Type::Double || t == Type::Boolean;
+  }
 
   // Text of the value as "" & value gives it: Empty and Null give "", True gives "True".
   std::string ToText() const;
@@ -52,8 +55,15 @@ class Value {
   bool operator==(const Value& other) const;
 
  private:
-  Type m_Type = Type::Empty;
-  std::variant<std::monostate, bool, int32_t, double, std::string, Bytes> m_Data;
+  struct NullData {
+    bool operator==(const NullData&) const = default;
+  };
+  struct DateData {
+    std::string text;
+    bool operator==(const DateData&) const = default;
+  };
+  // The alternative held is the type: the alternatives stand in the order of Type.
+  std::variant<std::monostate, NullData, bool, int32_t, double, std::string, Bytes, DateData> m_Data;
 };
 
 }  // namespace kmd

@@ -98,6 +98,8 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
   uint32_t m_LastImage = 0;
 };
 
+static_assert(sizeof(Node) == 192, "a node takes three lines of memory");
+
 namespace {
 
 NodePtr Share(const Node* n) { return n ? n->Ptr() : nullptr; }
@@ -285,13 +287,13 @@ NodePtr TreeView::Add(const NodeRef& relative, int relationship, std::string key
   for (const Node* n = node; n && m_InAddOrder; n = n->m_Parent)
     if (n->m_NextSib) m_InAddOrder = false;
   m_All.push_back(node);
-  node->m_Index = m_All.size();
+  node->m_Index = static_cast<uint32_t>(m_All.size());
   if (!node->m_Key.empty()) m_ByKey.Insert(node, hash);
   return NodePtr(m_Arena, node);
 }
 
 void TreeView::Renumber() const {
-  for (size_t i = m_StaleFrom - 1; i < m_All.size(); ++i) m_All[i]->m_Index = i + 1;
+  for (size_t i = m_StaleFrom - 1; i < m_All.size(); ++i) m_All[i]->m_Index = static_cast<uint32_t>(i + 1);
   m_StaleFrom = kNoneStale;
 }
 
@@ -330,7 +332,7 @@ void TreeView::Remove(const NodePtr& node) {
   std::vector<size_t> at;
   at.reserve(removed.size());
   for (const Node* n : removed) {
-    size_t i = n->m_Index - 1;
+    size_t i = size_t{n->m_Index} - 1;
     if (n->m_Index >= m_StaleFrom) {
       auto begin = m_All.begin() + static_cast<ptrdiff_t>(m_StaleFrom - 1);
       auto end = m_All.begin() + static_cast<ptrdiff_t>(std::min(i + 1, m_All.size()));

@@ -43,15 +43,17 @@ class alignas(64) Node {
   friend class TreeView;
   friend class NodeArena;
   // Nodes start on a line of memory: the links and the flags fill the first line and the text
-  // begins the second, so that a walk over a large tree reads two lines per node at most.
+  // begins the second, so that a walk over a large tree reads two lines per node at most; a node
+  // takes three lines in all.
   TreeView* m_Tree = nullptr;
-  size_t m_Index = 0;
   Node* m_Parent = nullptr;
   Node* m_FirstChild = nullptr;
   Node* m_NextSib = nullptr;
   Node* m_LastChild = nullptr;
   Node* m_PrevSib = nullptr;
+  uint32_t m_Index = 0;
   int m_ChildCount = 0;
+  uint32_t m_Image = 0;
   bool m_Expanded = false;
 
  public:
@@ -111,7 +113,6 @@ class alignas(64) Node {
 
  private:
   [[noreturn]] static void NotInTree();
-  uint32_t m_Image = 0;
   uint32_t m_SelectedImage = 0;
   uint32_t m_ExpandedImage = 0;
   NodeArena* m_Arena = nullptr;

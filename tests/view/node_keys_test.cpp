@@ -46,4 +46,30 @@ TEST(NodeKeys, FindsEveryKeyLeftAfterEachRemovalAndNoneRemoved) {
   }
 }
 
+// A large table answers from its filter and places new keys later: a key just added is found at
+// once, also before it was placed, and removals and growth in between lose nothing.
+TEST(NodeKeys, LargeTableFindsKeysStillWaitingToBePlaced) {
+  std::mt19937 random(5);
+  std::vector<Item> items(60000);
+  for (size_t i = 0; i < items.size(); ++i) items[i].key = "k" + std::to_string(i);
+  Keys keys;
+  for (size_t i = 0; i < items.size(); ++i) {
+    ASSERT_EQ(keys.Find(items[i].key), nullptr);
+    keys.Insert(&items[i], Keys::Hash(items[i].key));
+    if (i % 50 == 0) {
+      ASSERT_EQ(keys.Find(items[i].key), &items[i]);
+    }
+    if (i % 7 == 3) keys.Erase(&items[random() % (i + 1)]);
+  }
+  size_t found = 0;
+  for (auto& item : items) {
+    Item* f = keys.Find(item.key);
+    ASSERT_TRUE(f == nullptr || f == &item);
+    if (f) ++found;
+  }
+  EXPECT_GT(found, items.size() * 3 / 4);
+  for (auto& item : items) keys.Erase(&item);
+  for (auto& item : items) ASSERT_EQ(keys.Find(item.key), nullptr);
+}
+
 }  // namespace

@@ -10,6 +10,7 @@
 #include "db/Connection.h"
 #include "db/PgConnection.h"
 #include "host/Journal.h"
+#include "host/ServerProcess.h"
 #include "host/WebHost.h"
 
 namespace kmd::apps {
@@ -25,6 +26,7 @@ struct Options {
   std::string user;
   std::string bind = "127.0.0.1";
   std::string since;
+  char** argv = nullptr;
 } g;
 
 // The database must be there before the server starts: opening it is the test.
@@ -39,7 +41,11 @@ bool DatabaseExists() {
 }
 
 int Serve() {
-  if (!DatabaseExists()) return 1;
+  host::UseServerMalloc(g.argv);
+  if (std::string err = host::CheckDatabase(g.db); !err.empty()) {
+    std::cerr << "kmd: " << err << "\n";
+    return 1;
+  }
   // SIGINT and SIGTERM are taken by a thread of their own, which stops the server; the open
   // windows are then closed as the page would close them.
   sigset_t signals;
@@ -106,7 +112,8 @@ void AddServeCommands(CLI::App& app, const std::string& home, const std::string&
   g.journal->add_option("--since", g.since, "Only lines from this time on, e.g. 2026-11-23 or \"2026-11-23 14:00\"");
 }
 
-int RunServeCommands() {
+int RunServeCommands(char** argv) {
+  g.argv = argv;
   if (g.serve && g.serve->parsed()) return Serve();
   if (g.journal && g.journal->parsed()) return Journal();
   return -1;

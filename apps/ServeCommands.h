@@ -6,8 +6,9 @@ namespace kmd::apps {
 
 // `kmd serve` (the browser host) and `kmd journal` (the operation journal). AddServeCommands
 // registers them with the default home folder and user; RunServeCommands runs the one that was
-// parsed and gives its exit status, or -1 when none of them was.
+// parsed and gives its exit status, or -1 when none of them was; `argv` is the program's, with which
+// the server may start itself again (see host::UseServerMalloc).
 void AddServeCommands(CLI::App& app, const std::string& home, const std::string& user);
-int RunServeCommands();
+int RunServeCommands(char** argv);
 
 }  // namespace kmd::apps

@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
   if (int set = kmd::apps::RunSettingCommands(); set >= 0) return set;
   if (int stored = kmd::apps::RunHostStoreCommands(); stored >= 0) return stored;
   if (int demo = kmd::apps::RunDemoCommands(); demo >= 0) return demo;
-  if (int served = kmd::apps::RunServeCommands(); served >= 0) return served;
+  if (int served = kmd::apps::RunServeCommands(argv); served >= 0) return served;
 
   try {
     if (init->parsed()) {

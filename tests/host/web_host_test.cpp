@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "db/Connection.h"
+#include "host/ServerProcess.h"
 #include "host/Setup.h"
 #include "host/WebHost.h"
 #include "support/FileText.h"
@@ -373,4 +374,14 @@ TEST_F(WebHttpTest, SlowClientsAreCutOffWithoutBlockingOthers) {
   for (int s : slow) ::close(s);
 }
 
+
+// The check the server makes before it starts: a set-up database passes, a database without the
+// schema and a missing file are told.
+TEST_F(WebHostTest, StartCheckTellsADatabaseWithoutTheSchema) {
+  EXPECT_EQ(kmd::host::CheckDatabase(m_Db), "");
+  std::string empty = (m_Dir / "empty.db").string();
+  kmd::db::Open(empty, true);
+  EXPECT_NE(kmd::host::CheckDatabase(empty).find(empty + " is not a kmd database"), std::string::npos);
+  EXPECT_NE(kmd::host::CheckDatabase((m_Dir / "missing.db").string()), "");
+}
 }  // namespace

@@ -1,0 +1,40 @@
+#include "host/ServerProcess.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <exception>
+
+#include "db/Connection.h"
+#include "db/PgConnection.h"
+
+namespace kmd::host {
+
+void UseServerMalloc(char** argv) {
+  const char* now = std::getenv("GLIBC_TUNABLES");
+  std::string tunables = now ? now : "";
+  if (tunables.find("glibc.malloc.tcache_max") != std::string::npos) return;
+  tunables = tunables.empty() ? kServerMallocTunable : tunables + ":" + kServerMallocTunable;
+  if (setenv("GLIBC_TUNABLES", tunables.c_str(), 1) != 0) return;
+  execv("/proc/self/exe", argv);
+  // Not started again: go on as we are, without the setting in the environment of children.
+  if (now) setenv("GLIBC_TUNABLES", now, 1);
+  else unsetenv("GLIBC_TUNABLES");
+}
+
+std::string CheckDatabase(const std::string& database) {
+  try {
+    auto connection = db::Open(database);
+    db::QueryResult rows;
+    std::string err = connection->Run("SELECT COUNT(*) FROM xt_objects", {}, &rows);
+    if (!err.empty()) {
+      std::string shown = db::pg::IsAddress(database) ? db::pg::Shown(database) : database;
+      return shown + " is not a kmd database (" + err + "); kmd init --db FILE makes one";
+    }
+    return "";
+  } catch (const std::exception& e) {
+    return e.what();
+  }
+}
+
+}  // namespace kmd::host

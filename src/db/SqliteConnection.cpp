@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <unistd.h>
 
@@ -34,6 +35,7 @@ SqliteConnection::SqliteConnection(const std::string& path, bool create) {
 }
 
 SqliteConnection::~SqliteConnection() {
+  for (const Kept& k : m_Kept) sqlite3_finalize(k.st);
   if (m_Db) {
     if (!sqlite3_get_autocommit(m_Db)) sqlite3_exec(m_Db, "ROLLBACK", nullptr, nullptr, nullptr);
     sqlite3_close_v2(m_Db);
@@ -152,20 +154,45 @@ std::string SqliteConnection::Prepare(const std::string& sql, const std::vector<
 }
 
 std::string SqliteConnection::Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) {
+  return Execute(sql, params, out, !params.empty());
+}
+
+std::string SqliteConnection::Execute(const std::string& sql, const std::vector<Value>& params, QueryResult* out,
+                                      bool keep) {
   sqlite3_stmt* st = nullptr;
-  if (std::string err = Prepare(sql, params, st); !err.empty()) return err;
-  if (out) {
-    out->columns = ColumnNames(st);
-    out->rows.clear();
+  if (keep) {
+    auto kept = std::find_if(m_Kept.begin(), m_Kept.end(), [&](const Kept& k) { return k.sql == sql; });
+    if (kept != m_Kept.end()) {
+      st = kept->st;
+      m_Kept.erase(kept);
+      ReadCursorRows();
+      sqlite3_clear_bindings(st);
+      for (size_t i = 0; i < params.size(); ++i) Bind(st, static_cast<int>(i + 1), params[i]);
+    }
   }
+  if (!st)
+    if (std::string err = Prepare(sql, params, st); !err.empty()) return err;
+  if (out) out->rows.clear();
   int rc;
   while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
     if (!out) continue;
     ReadRow(st, out->rows.emplace_back());
   }
+  // The names after the steps: a kept statement is prepared again by its first step when the
+  // schema has changed, and "*" may then stand for other columns.
+  if (out) out->columns = ColumnNames(st);
   std::string err;
   if (rc != SQLITE_DONE) err = Error();
-  sqlite3_finalize(st);
+  if (keep && err.empty()) {
+    sqlite3_reset(st);
+    if (m_Kept.size() == kKeptMax) {
+      sqlite3_finalize(m_Kept.front().st);
+      m_Kept.erase(m_Kept.begin());
+    }
+    m_Kept.push_back({sql, st});
+  } else {
+    sqlite3_finalize(st);
+  }
   return err;
 }
 
@@ -241,11 +268,11 @@ std::unique_ptr<Cursor> SqliteConnection::OpenCursor(const std::string& sql, std
   return std::make_unique<SqliteCursor>(st, rc, m_Cursors);
 }
 
-std::string SqliteConnection::Begin() { return Run("BEGIN", {}, nullptr); }
-std::string SqliteConnection::BeginImmediate() { return Run("BEGIN IMMEDIATE", {}, nullptr); }
+std::string SqliteConnection::Begin() { return Execute("BEGIN", {}, nullptr, true); }
+std::string SqliteConnection::BeginImmediate() { return Execute("BEGIN IMMEDIATE", {}, nullptr, true); }
 int64_t SqliteConnection::Changes() const { return sqlite3_total_changes64(m_Db); }
-std::string SqliteConnection::Commit() { return Run("COMMIT", {}, nullptr); }
-std::string SqliteConnection::Rollback() { return Run("ROLLBACK", {}, nullptr); }
+std::string SqliteConnection::Commit() { return Execute("COMMIT", {}, nullptr, true); }
+std::string SqliteConnection::Rollback() { return Execute("ROLLBACK", {}, nullptr, true); }
 bool SqliteConnection::InTransaction() const { return sqlite3_get_autocommit(m_Db) == 0; }
 
 std::vector<std::string> SqliteConnection::KeyColumns(const std::string& table) {

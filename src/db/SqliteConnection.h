@@ -38,10 +38,20 @@ class SqliteConnection : public Connection {
   std::string Error() const;
   // Prepares one statement and binds its parameters; gives "" or why it cannot run.
   std::string Prepare(const std::string& sql, const std::vector<Value>& params, sqlite3_stmt*& st);
+  // Runs a statement as Run does; `keep` keeps it prepared for the next run of the same text.
+  std::string Execute(const std::string& sql, const std::vector<Value>& params, QueryResult* out, bool keep);
   // Reads the current rows of the open cursors in full, before another statement runs and may
   // change what they would read.
   void ReadCursorRows();
   sqlite3* m_Db = nullptr;
+  // Statements kept prepared, the last used last: those with parameters (written to run again with
+  // other values) and the transaction statements. Texts with their values written in are not kept.
+  struct Kept {
+    std::string sql;
+    sqlite3_stmt* st;
+  };
+  std::vector<Kept> m_Kept;
+  static constexpr size_t kKeptMax = 16;
   // The open cursors of this connection (shared with them: a cursor may outlive its connection).
   std::shared_ptr<std::vector<Cursor*>> m_Cursors = std::make_shared<std::vector<Cursor*>>();
 };

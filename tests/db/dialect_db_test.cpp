@@ -107,6 +107,31 @@ TEST_F(DbTest, TransactionsRollBack) {
   database->RollbackTrans();  // without a transaction: nothing to undo, no error
 }
 
+// Statements with parameters are kept prepared: run again they see the new values, a table that
+// gained a column, and one that was dropped and made again.
+TEST_F(DbTest, StatementsRunAgainSeeNewValuesAndTheTableAsItIsNow) {
+  db::QueryResult r;
+  const std::string sql = "SELECT * FROM kmdwldw WHERE 往来ID = ?";
+  for (int id : {1, 2, 3, 1}) {
+    ASSERT_EQ(conn->Run(sql, {Value(id)}, &r), "");
+    ASSERT_EQ(r.rows.size(), 1u);
+    EXPECT_EQ(r.rows[0][1].ToLong(), id == 1 ? 7 : id == 2 ? 8 : 0);
+  }
+  ASSERT_EQ(conn->RunScript("ALTER TABLE kmdwldw ADD COLUMN 备注 TEXT; UPDATE kmdwldw SET 备注 = 'x'"), "");
+  ASSERT_EQ(conn->Run(sql, {Value(2)}, &r), "");
+  EXPECT_EQ(r.columns, (std::vector<std::string>{"往来ID", "销售员ID", "备注"}));
+  ASSERT_EQ(r.rows.size(), 1u);
+  EXPECT_EQ(r.rows[0].size(), 3u);
+  ASSERT_EQ(conn->RunScript("DROP TABLE kmdwldw"), "");
+  EXPECT_NE(conn->Run(sql, {Value(1)}, &r), "");
+  ASSERT_EQ(conn->RunScript("CREATE TABLE kmdwldw (往来ID INTEGER PRIMARY KEY, 销售员ID INTEGER);"
+                            "INSERT INTO kmdwldw VALUES (1, 9)"),
+            "");
+  ASSERT_EQ(conn->Run(sql, {Value(1)}, &r), "");
+  ASSERT_EQ(r.rows.size(), 1u);
+  EXPECT_EQ(r.rows[0][1].ToLong(), 9);
+}
+
 TEST_F(DbTest, NextIdSharesOneCounterPerTableAndStaysAboveTheHighestKey) {
   EXPECT_EQ(db::NextId(*conn, "KMDSKFS ", "收款方式ID"), 11);
   EXPECT_EQ(db::NextId(*conn, "kmdskfs", "收款方式ID"), 12);

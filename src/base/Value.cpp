@@ -117,7 +117,7 @@ std::string Value::Display() const {
   }
 }
 
-bool Value::operator==(const Value& other) const {
+bool Value::Equal(const Value& other) const {
   return m_Data == other.m_Data;
 }
 

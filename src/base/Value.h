@@ -52,7 +52,12 @@ class Value {
   // Null and Empty by name.
   std::string Display() const;
 
-  bool operator==(const Value& other) const;
+  // Same type and value (the common case of two whole numbers is answered here, in line).
+  bool operator==(const Value& other) const {
+    if (m_Data.index() != other.m_Data.index()) return false;
+    if (const auto* i = std::get_if<int32_t>(&m_Data)) return *i == *std::get_if<int32_t>(&other.m_Data);
+    return Equal(other);
+  }
 
  private:
   struct NullData {
@@ -63,6 +68,7 @@ class Value {
     bool operator==(const DateData&) const = default;
   };
   // The alternative held is the type: the alternatives stand in the order of Type.
+  bool Equal(const Value& other) const;
   std::variant<std::monostate, NullData, bool, int32_t, double, std::string, Bytes, DateData> m_Data;
 };
 

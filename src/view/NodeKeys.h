@@ -95,7 +95,7 @@ class NodeKeys {
     Node* node = nullptr;
   };
   // Tables from this many slots keep a filter of kFilterBitsPerSlot bits a slot.
-  static constexpr size_t kFilterFrom = 16384;
+  static constexpr size_t kFilterFrom = 65536;
   static constexpr size_t kFilterBitsPerSlot = 8;
   static constexpr size_t kWaitingMax = 256;
   // The filter takes the hash's high bits; the slots take its low ones.

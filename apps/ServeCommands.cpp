@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "db/Connection.h"
-#include "db/PgConnection.h"
 #include "host/Journal.h"
 #include "host/ServerProcess.h"
 #include "host/WebHost.h"
@@ -28,17 +27,6 @@ struct Options {
   std::string since;
   char** argv = nullptr;
 } g;
-
-// The database must be there before the server starts: opening it is the test.
-bool DatabaseExists() {
-  try {
-    db::Open(g.db);
-    return true;
-  } catch (const std::exception& e) {
-    std::cerr << "kmd: " << e.what() << "\n";
-    return false;
-  }
-}
 
 int Serve() {
   host::UseServerMalloc(g.argv);
@@ -68,7 +56,7 @@ int Serve() {
   // The page answers only to the address it is opened by: the address listened on, or loopback.
   std::string shown = g.bind == "0.0.0.0" ? "127.0.0.1" : g.bind == "::" ? "::1" : g.bind;
   if (shown.find(':') != std::string::npos) shown = "[" + shown + "]";
-  std::cout << "kmd serve: open http://" << shown << ":" << port << "/ (database " << (db::pg::IsAddress(g.db) ? db::pg::Shown(g.db) : g.db) << ", user " << g.user
+  std::cout << "kmd serve: open http://" << shown << ":" << port << "/ (database " << db::ShownAddress(g.db) << ", user " << g.user
             << "; Ctrl+C stops)" << std::endl;
   std::thread waiter([&] {
     int sig = 0;
@@ -85,7 +73,6 @@ int Serve() {
 }
 
 int Journal() {
-  if (!DatabaseExists()) return 1;
   try {
     for (const auto& line : host::ReadJournal(*db::Open(g.db), g.since)) std::cout << host::FormatJournalLine(line) << "\n";
   } catch (const std::exception& e) {

@@ -9,7 +9,6 @@
 
 #include "db/Connection.h"
 #include "db/Database.h"
-#include "db/PgConnection.h"
 #include "host/Context.h"
 #include "host/ScriptHost.h"
 #include "host/Setup.h"
@@ -73,7 +72,7 @@ int main(int argc, char** argv) {
   try {
     if (init->parsed()) {
       kmd::host::InitDatabase(db, force);
-      std::cout << "made " << (kmd::db::pg::IsAddress(db) ? kmd::db::pg::Shown(db) : db) << "\n";
+      std::cout << "made " << kmd::db::ShownAddress(db) << "\n";
       return 0;
     }
     if (run->parsed()) {

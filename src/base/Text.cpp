@@ -6,24 +6,23 @@
 
 namespace kmd::text {
 
-std::string LTrim(std::string_view s) {
+namespace {
+// The text without its leading or trailing spaces, as a view (one copy at the end, by the caller).
+std::string_view LeftTrimmed(std::string_view s) {
   size_t b = 0;
   while (b < s.size() && s[b] == ' ') ++b;
-  return std::string(s.substr(b));
+  return s.substr(b);
 }
-
-std::string RTrim(std::string_view s) {
+std::string_view RightTrimmed(std::string_view s) {
   size_t e = s.size();
   while (e > 0 && s[e - 1] == ' ') --e;
-  return std::string(s.substr(0, e));
+  return s.substr(0, e);
 }
+}  // namespace
 
-std::string Trim(std::string_view s) {
-  size_t b = 0, e = s.size();
-  while (b < e && s[b] == ' ') ++b;
-  while (e > b && s[e - 1] == ' ') --e;
-  return std::string(s.substr(b, e - b));
-}
+std::string LTrim(std::string_view s) { return std::string(LeftTrimmed(s)); }
+std::string RTrim(std::string_view s) { return std::string(RightTrimmed(s)); }
+std::string Trim(std::string_view s) { return std::string(LeftTrimmed(RightTrimmed(s))); }
 
 double Val(std::string_view s) {
   size_t i = 0;

@@ -64,4 +64,8 @@ std::shared_ptr<Connection> Open(const std::string& address, bool create) {
   return std::make_shared<SqliteConnection>(address, create);
 }
 
+std::string ShownAddress(const std::string& address) {
+  return pg::IsAddress(address) ? pg::Shown(address) : address;
+}
+
 }  // namespace kmd::db

@@ -71,5 +71,7 @@ class Connection {
 // Only `create` makes a new SQLite file; `kmd init` and tests' scratch databases ask for it. A
 // server's database is made by `kmd init` (host::InitDatabase), never by opening it.
 std::shared_ptr<Connection> Open(const std::string& address, bool create = false);
+// The address as messages show it: a server's without its password, a file's path as it is.
+std::string ShownAddress(const std::string& address);
 
 }  // namespace kmd::db

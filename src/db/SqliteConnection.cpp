@@ -114,6 +114,10 @@ void Bind(sqlite3_stmt* st, int i, const Value& v) {
   }
 }
 
+void BindAll(sqlite3_stmt* st, const std::vector<Value>& params) {
+  for (size_t i = 0; i < params.size(); ++i) Bind(st, static_cast<int>(i + 1), params[i]);
+}
+
 }  // namespace
 
 namespace {
@@ -149,8 +153,16 @@ std::string SqliteConnection::Prepare(const std::string& sql, const std::vector<
     st = nullptr;
     return "only one statement may be run at a time";
   }
-  for (size_t i = 0; i < params.size(); ++i) Bind(st, static_cast<int>(i + 1), params[i]);
+  BindAll(st, params);
   return "";
+}
+
+sqlite3_stmt* SqliteConnection::TakeKept(const std::string& sql) {
+  auto kept = std::find_if(m_Kept.begin(), m_Kept.end(), [&](const Kept& k) { return k.sql == sql; });
+  if (kept == m_Kept.end()) return nullptr;
+  sqlite3_stmt* st = kept->st;
+  m_Kept.erase(kept);
+  return st;
 }
 
 std::string SqliteConnection::Run(const std::string& sql, const std::vector<Value>& params, QueryResult* out) {
@@ -159,19 +171,15 @@ std::string SqliteConnection::Run(const std::string& sql, const std::vector<Valu
 
 std::string SqliteConnection::Execute(const std::string& sql, const std::vector<Value>& params, QueryResult* out,
                                       bool keep) {
-  sqlite3_stmt* st = nullptr;
-  if (keep) {
-    auto kept = std::find_if(m_Kept.begin(), m_Kept.end(), [&](const Kept& k) { return k.sql == sql; });
-    if (kept != m_Kept.end()) {
-      st = kept->st;
-      m_Kept.erase(kept);
-      ReadCursorRows();
-      sqlite3_clear_bindings(st);
-      for (size_t i = 0; i < params.size(); ++i) Bind(st, static_cast<int>(i + 1), params[i]);
-    }
+  sqlite3_stmt* st = keep ? TakeKept(sql) : nullptr;
+  if (st) {
+    // Prepared and checked before: only the open cursors' rows and the values are new.
+    ReadCursorRows();
+    sqlite3_clear_bindings(st);
+    BindAll(st, params);
+  } else if (std::string err = Prepare(sql, params, st); !err.empty()) {
+    return err;
   }
-  if (!st)
-    if (std::string err = Prepare(sql, params, st); !err.empty()) return err;
   if (out) out->rows.clear();
   int rc;
   while ((rc = sqlite3_step(st)) == SQLITE_ROW) {

@@ -40,6 +40,8 @@ class SqliteConnection : public Connection {
   std::string Prepare(const std::string& sql, const std::vector<Value>& params, sqlite3_stmt*& st);
   // Runs a statement as Run does; `keep` keeps it prepared for the next run of the same text.
   std::string Execute(const std::string& sql, const std::vector<Value>& params, QueryResult* out, bool keep);
+  // Takes the statement kept for this text out of the kept ones; null when none is kept.
+  sqlite3_stmt* TakeKept(const std::string& sql);
   // Reads the current rows of the open cursors in full, before another statement runs and may
   // change what they would read.
   void ReadCursorRows();

@@ -6,7 +6,6 @@
 #include <exception>
 
 #include "db/Connection.h"
-#include "db/PgConnection.h"
 
 namespace kmd::host {
 
@@ -28,8 +27,7 @@ std::string CheckDatabase(const std::string& database) {
     db::QueryResult rows;
     std::string err = connection->Run("SELECT COUNT(*) FROM xt_objects", {}, &rows);
     if (!err.empty()) {
-      std::string shown = db::pg::IsAddress(database) ? db::pg::Shown(database) : database;
-      return shown + " is not a kmd database (" + err + "); kmd init --db FILE makes one";
+      return db::ShownAddress(database) + " is not a kmd database (" + err + "); kmd init --db FILE makes one";
     }
     return "";
   } catch (const std::exception& e) {

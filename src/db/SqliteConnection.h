@@ -42,9 +42,10 @@ class SqliteConnection : public Connection {
   std::string Execute(const std::string& sql, const std::vector<Value>& params, QueryResult* out, bool keep);
   // Takes the statement kept for this text out of the kept ones; null when none is kept.
   sqlite3_stmt* TakeKept(const std::string& sql);
-  // Reads the current rows of the open cursors in full, before another statement runs and may
-  // change what they would read.
-  void ReadCursorRows();
+  // Reads the current rows of the open cursors in full and stops their readers, before anything
+  // else uses the connection: another statement could change what they would read, and the
+  // connection serves one thread at a time.
+  void ReadCursorRows() const;
   sqlite3* m_Db = nullptr;
   // Statements kept prepared, the last used last: those with parameters (written to run again with
   // other values) and the transaction statements. Texts with their values written in are not kept.

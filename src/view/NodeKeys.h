@@ -41,7 +41,7 @@ class NodeKeys {
   Node* Find(std::string_view key) const { return Find(key, Hash(key)); }
   // Adds a node whose key is not in the table yet.
   void Insert(Node* node, size_t hash) {
-    if ((m_Count + 1) * 3 > m_Slots.size() * 2) Rehash(std::max<size_t>(64, m_Slots.size() * 2));
+    if ((m_Count + 1) * 3 > m_Slots.size() * 2) Rehash(std::max<size_t>(64, m_Slots.size() * Growth()));
     ++m_Count;
     if (m_Filter.empty()) {
       Place({hash, node});
@@ -98,6 +98,10 @@ class NodeKeys {
   static constexpr size_t kFilterFrom = 65536;
   static constexpr size_t kFilterBitsPerSlot = 8;
   static constexpr size_t kWaitingMax = 256;
+  // A large table grows four times over: a load of many rows then moves its keys and fills fresh
+  // memory half as often, for a table at most twice the size it needs.
+  size_t Growth() const { return m_Slots.size() >= kGrowFourFrom ? 4 : 2; }
+  static constexpr size_t kGrowFourFrom = 16384;
   // The filter takes the hash's high bits; the slots take its low ones.
   size_t FilterBit(size_t hash) const { return hash >> m_FilterShift; }
 

@@ -129,8 +129,8 @@ void Save(benchmark::State& state, const std::string& cls) {
   t.Report(state);
 }
 
-// Deletes a region leaf each round; the floor deletes another leaf of the same parent by the
-// same statements. Both rows are put back afterwards, outside the timing.
+// Deletes a region leaf each round; each floor deletes another leaf of the same parent by the
+// same statements. The rows are put back afterwards, outside the timing.
 void RegionsDelete(benchmark::State& state) {
   int64_t n = state.range(0);
   std::string path = Regions(n);
@@ -142,16 +142,16 @@ void RegionsDelete(benchmark::State& state) {
   Timing t;
   int round = 0;
   for (auto _ : state) {
-    // Leaves 1101xx: xx from 00 up for the form, from 50 up for the floor.
-    char mine[16], other[16];
-    std::snprintf(mine, sizeof mine, "1101%02d", round);
-    std::snprintf(other, sizeof other, "1101%02d", 50 + round);
+    // Leaves 1101xx: xx from 00 up for the form, from 25 up for the strict floor, from 50 up for
+    // the plain one.
+    char leaves[3][16];
+    for (int i = 0; i < 3; ++i) std::snprintf(leaves[i], sizeof leaves[i], "1101%02d", 25 * i + round);
     ++round;
     kmd::db::QueryResult r;
-    conn->Run(std::string("SELECT 地区ID,地区,编码,是否明细,级次,是否系统 FROM kmddq WHERE 编码 IN ('") + mine + "','" +
-                  other + "') ORDER BY 编码",
+    conn->Run(std::string("SELECT 地区ID,地区,编码,是否明细,级次,是否系统 FROM kmddq WHERE 编码 IN ('") + leaves[0] +
+                  "','" + leaves[1] + "','" + leaves[2] + "') ORDER BY 编码",
               {}, &r);
-    if (r.rows.size() != 2 || !Pick(w, std::string("k") + mine)) {
+    if (r.rows.size() != 3 || !Pick(w, std::string("k") + leaves[0])) {
       state.SkipWithError("no leaf to delete");
       break;
     }
@@ -160,16 +160,22 @@ void RegionsDelete(benchmark::State& state) {
       for (const auto& v : row) values += (values.empty() ? "" : ",") + std::string("'") + v.ToText() + "'";
       restore.push_back("INSERT INTO kmddq (地区ID,地区,编码,是否明细,级次,是否系统) VALUES (" + values + ")");
     }
-    std::string myId = r.rows[0][0].ToText(), otherId = r.rows[1][0].ToText();
     w.statements.clear();
     auto t0 = Clock::now();
     if (!w.form->FileDelete()) state.SkipWithError("the delete failed");
     double form = Seconds(t0, Clock::now());
-    for (auto& s : w.statements) {
-      for (size_t p; (p = s.find(myId)) != std::string::npos;) s.replace(p, myId.size(), otherId);
-      for (size_t p; (p = s.find(mine)) != std::string::npos;) s.replace(p, 6, other);
-    }
-    t.Add(state, form, floor.Run(w.statements, true));
+    // The form's statements with another leaf's id and code.
+    auto about = [&](int leaf) {
+      std::string id = r.rows[static_cast<size_t>(leaf)][0].ToText(), myId = r.rows[0][0].ToText();
+      std::vector<std::string> statements = w.statements;
+      for (auto& s : statements) {
+        for (size_t p; (p = s.find(myId)) != std::string::npos;) s.replace(p, myId.size(), id);
+        for (size_t p; (p = s.find(leaves[0])) != std::string::npos;) s.replace(p, 6, leaves[leaf]);
+      }
+      return statements;
+    };
+    auto strict = about(1);
+    t.Add(state, form, floor.Run(about(2), true, &strict));
   }
   for (const auto& s : restore) conn->Run(s, {}, nullptr);
   t.Report(state);

@@ -28,6 +28,16 @@ class Value {
   // Makes the value this text, reusing the room of a text it already holds: a loop that reads row
   // after row into the same values allocates nothing for texts that fit.
   void AssignText(const char* data, size_t size);
+  // Makes the value this number as Value(long long) and Value(double) do, in place.
+  void AssignWide(long long v) {
+    if (v < INT32_MIN || v > INT32_MAX) m_Data.emplace<double>(static_cast<double>(v));
+    else if (auto* p = std::get_if<int32_t>(&m_Data)) *p = static_cast<int32_t>(v);
+    else m_Data.emplace<int32_t>(static_cast<int32_t>(v));
+  }
+  void AssignDouble(double d) {
+    if (auto* p = std::get_if<double>(&m_Data)) *p = d;
+    else m_Data.emplace<double>(d);
+  }
   static Value Date(std::string text);
 
   Type GetType() const { return static_cast<Type>(m_Data.index()); }

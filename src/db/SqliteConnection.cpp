@@ -61,10 +61,10 @@ bool OnlyBlanksOrSemicolons(const char* p) {
 void ReadColumn(sqlite3_stmt* st, int i, Value& v) {
   switch (sqlite3_column_type(st, i)) {
     case SQLITE_INTEGER:
-      v = Value(static_cast<long long>(sqlite3_column_int64(st, i)));
+      v.AssignWide(static_cast<long long>(sqlite3_column_int64(st, i)));
       break;
     case SQLITE_FLOAT:
-      v = Value(sqlite3_column_double(st, i));
+      v.AssignDouble(sqlite3_column_double(st, i));
       break;
     case SQLITE_TEXT: {
       const char* p = reinterpret_cast<const char*>(sqlite3_column_text(st, i));

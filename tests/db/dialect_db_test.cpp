@@ -260,11 +260,18 @@ TEST_F(DbTest, LongForwardOnlyReadKeepsItsRowsAcrossOtherStatementsAnEarlyCloseA
             "midway");
 
   if (db::pg::IsAddress(address)) return;  // the server reads all rows before the first
-  // A failure at the 4000th row is raised by the move that reaches it.
-  rs = database->CreateCommand(numbers + "SELECT abs(case when i = 4000 then -9223372036854775807 - 1 else i end) FROM s")
+  // Every type of value comes through; a failure at the 4000th row is raised by the move that
+  // reaches it.
+  rs = database
+           ->CreateCommand(numbers +
+                           "SELECT abs(case when i = 4000 then -9223372036854775807 - 1 else i end), i * 0.5, "
+                           "case when i % 2 = 0 then null else x'00ff' end, i * 4294967296 FROM s")
            ->OpenForwardOnly();
   for (n = 1; n < 3999; ++n) {
     ASSERT_EQ(rs->Fields(0).ToLong(), n);
+    ASSERT_EQ(rs->Fields(1).ToDouble(), n * 0.5);
+    ASSERT_EQ(rs->Fields(2), n % 2 ? Value(Value::Bytes{0, 255}) : Value::Null());
+    ASSERT_EQ(rs->Fields(3).ToDouble(), n * 4294967296.0);
     rs->MoveNext();
   }
   EXPECT_EQ(rs->Fields(0).ToLong(), 3999);

@@ -199,7 +199,7 @@ class SqliteCursor : public Cursor {
   static constexpr size_t kAheadAfter = 256;  // rows the loop steps itself before a reader starts
   static constexpr size_t kBatchRows = 64;
   static constexpr size_t kBatches = 8;      // at most this many batches read and not yet taken
-  static constexpr int kSpins = 2000;        // about 20-50 microseconds
+  static constexpr int kSpins = 10000;       // a few hundred microseconds
 
   static void Pause() {
 #if defined(__x86_64__) || defined(__i386__)

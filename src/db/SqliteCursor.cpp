@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <atomic>
+#include <chrono>
 #include <cerrno>
 #include <condition_variable>
 #include <cstring>
@@ -198,15 +199,31 @@ class SqliteCursor : public Cursor {
  private:
   static constexpr size_t kAheadAfter = 256;  // rows the loop steps itself before a reader starts
   static constexpr size_t kBatchRows = 64;
-  static constexpr size_t kBatches = 8;      // at most this many batches read and not yet taken
-  static constexpr int kSpins = 10000;       // a few hundred microseconds
+  static constexpr size_t kBatches = 32;     // at most this many batches read and not yet taken
+  // A reader that had to sleep for want of room is woken when this many batches are free again:
+  // a sleeping thread may take long to get a core back, so it is woken with room to spare.
+  static constexpr size_t kWakeAt = kBatches / 2;
+  // How long a side waits for the other on its core before it sleeps. A sleeping thread may take
+  // a millisecond to get a core back (on a virtual machine an idle core is given back to the
+  // host), so while the other side is moving, waiting awake is much the quicker; a side stalled
+  // for longer (a box open in the middle of a loop) is slept on.
+  static constexpr auto kSpin = std::chrono::milliseconds(2);
 
-  static void Pause() {
+  // Waits on this core until `ready` or kSpin has passed; gives `ready`.
+  template <class Ready>
+  static bool Spin(Ready ready) {
+    auto until = std::chrono::steady_clock::now() + kSpin;
+    for (;;) {
+      for (int i = 0; i < 64; ++i) {
+        if (ready()) return true;
 #if defined(__x86_64__) || defined(__i386__)
-    __builtin_ia32_pause();
+        __builtin_ia32_pause();
 #else
-    std::this_thread::yield();
+        std::this_thread::yield();
 #endif
+      }
+      if (std::chrono::steady_clock::now() >= until) return ready();
+    }
   }
 
   // Makes `row` the current row, its values to be read from the batch or from the statement.
@@ -237,16 +254,17 @@ class SqliteCursor : public Cursor {
       {
         std::unique_lock<std::mutex> lock(m_Mutex);
         if (!m_Stop && m_Free.empty() && m_Made == kBatches) {
-          // The loop gives a batch back every few microseconds: wait for it here, as it does.
+          // The loop gives a batch back every few microseconds: wait for it here, as it does,
+          // before going to sleep.
           uint64_t seen = m_Returned.load(std::memory_order_relaxed);
           lock.unlock();
-          for (int i = 0; i < kSpins && m_Returned.load(std::memory_order_acquire) == seen &&
-                          !m_StopSoon.load(std::memory_order_relaxed);
-               ++i)
-            Pause();
+          Spin([&] {
+            return m_Returned.load(std::memory_order_acquire) != seen || m_StopSoon.load(std::memory_order_relaxed);
+          });
           lock.lock();
         }
-        m_Cv.wait(lock, [this] { return m_Stop || !m_Free.empty() || m_Made < kBatches; });
+        if (!m_Stop && m_Free.empty() && m_Made == kBatches)
+          m_RoomCv.wait(lock, [this] { return m_Stop || m_Free.size() >= kWakeAt; });
         if (m_Stop) break;
         if (m_Free.empty()) {
           batch = std::make_unique<Batch>();
@@ -278,12 +296,12 @@ class SqliteCursor : public Cursor {
       else m_Free.push_back(std::move(batch));
       m_Events.fetch_add(1, std::memory_order_release);
       if (m_StopSoon.load(std::memory_order_relaxed)) end = true;
-      m_Cv.notify_all();
+      m_RowsCv.notify_one();
     }
     std::lock_guard<std::mutex> lock(m_Mutex);
     m_ReaderDone = true;
     m_Events.fetch_add(1, std::memory_order_release);
-    m_Cv.notify_all();
+    m_RowsCv.notify_one();
   }
 
   // Moves to the next row read ahead; false when the reader has ended and every row it read was
@@ -298,17 +316,17 @@ class SqliteCursor : public Cursor {
       if (m_Current) {
         m_Free.push_back(std::move(m_Current));
         m_Returned.fetch_add(1, std::memory_order_release);
-        m_Cv.notify_all();
+        if (m_Free.size() == kWakeAt) m_RoomCv.notify_one();
       }
       if (m_Full.empty() && !m_ReaderDone) {
         // The next batch is usually a few microseconds away: waiting for it on this core costs
         // less than sleeping and being woken.
         uint64_t seen = m_Events.load(std::memory_order_relaxed);
         lock.unlock();
-        for (int i = 0; i < kSpins && m_Events.load(std::memory_order_acquire) == seen; ++i) Pause();
+        Spin([&] { return m_Events.load(std::memory_order_acquire) != seen; });
         lock.lock();
       }
-      m_Cv.wait(lock, [this] { return !m_Full.empty() || m_ReaderDone; });
+      m_RowsCv.wait(lock, [this] { return !m_Full.empty() || m_ReaderDone; });
       if (m_Full.empty()) break;
       m_Current = std::move(m_Full.front());
       m_Full.pop_front();
@@ -328,7 +346,7 @@ class SqliteCursor : public Cursor {
       std::lock_guard<std::mutex> lock(m_Mutex);
       m_Stop = true;
     }
-    m_Cv.notify_all();
+    m_RoomCv.notify_all();
     m_Reader.join();
   }
 
@@ -347,7 +365,8 @@ class SqliteCursor : public Cursor {
   bool m_Ahead = false;  // rows are taken from the reader's batches
   std::thread m_Reader;
   std::mutex m_Mutex;
-  std::condition_variable m_Cv;
+  std::condition_variable m_RowsCv;  // the loop waits here for rows
+  std::condition_variable m_RoomCv;  // the reader waits here for free batches
   std::deque<std::unique_ptr<Batch>> m_Full;
   std::vector<std::unique_ptr<Batch>> m_Free;
   size_t m_Made = 0;

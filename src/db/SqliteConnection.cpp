@@ -16,8 +16,9 @@ using sqlite::ErrorOf;
 using sqlite::ReadRow;
 
 SqliteConnection::SqliteConnection(const std::string& path, bool create) {
-  // A connection serves one thread at a time (a script run, a window's thread), so SQLite's own
-  // per-call locking of the connection is left out.
+  // A connection serves one thread at a time (a script run, a window's thread; a cursor's reader
+  // only while nothing else uses the connection, which stops it first), so SQLite's own per-call
+  // locking of the connection is left out.
   int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
   int rc = sqlite3_open_v2(path.c_str(), &m_Db, flags, nullptr);
   if (rc == SQLITE_CANTOPEN && !create && access(path.c_str(), F_OK) != 0) {

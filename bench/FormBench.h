@@ -3,11 +3,13 @@
 // straight through SQLite's C API in the same transaction shape, reading every column of every
 // row by its type, on two connections: one opened as SQLite opens one by default (a mutex taken at
 // every call), one opened as the driver opens its own (no such mutex), the strict floor. Each
-// benchmark reports form_ms, floor_ms, strict_floor_ms and the ratios over the same rounds.
+// benchmark reports the medians form_ms, floor_ms, strict_floor_ms and their ratios over the same
+// rounds, and the form's slowest round.
 #pragma once
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -149,22 +151,30 @@ class Floor {
   sqlite3* m_Strict = nullptr;
 };
 
-// Sums of the timed rounds, reported per round.
+// The timed rounds, reported as medians (a round that a busy machine slowed does not move them)
+// and the form's slowest round.
 struct Timing {
-  double form = 0, floor = 0, strict = 0;
+  std::vector<double> form, floor, strict;
   void Add(benchmark::State& state, double f, Floor::Times fl) {
-    form += f;
-    floor += fl.plain;
-    strict += fl.strict;
+    form.push_back(f);
+    floor.push_back(fl.plain);
+    strict.push_back(fl.strict);
     state.SetIterationTime(f);
   }
+  static double Median(std::vector<double> v) {
+    if (v.empty()) return 0;
+    std::sort(v.begin(), v.end());
+    size_t n = v.size();
+    return n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2;
+  }
   void Report(benchmark::State& state) const {
-    double n = static_cast<double>(state.iterations());
-    state.counters["form_ms"] = benchmark::Counter(form * 1e3 / n);
-    state.counters["floor_ms"] = benchmark::Counter(floor * 1e3 / n);
-    state.counters["ratio"] = benchmark::Counter(floor > 0 ? form / floor : 0);
-    state.counters["strict_floor_ms"] = benchmark::Counter(strict * 1e3 / n);
-    state.counters["strict_ratio"] = benchmark::Counter(strict > 0 ? form / strict : 0);
+    double f = Median(form), fl = Median(floor), st = Median(strict);
+    state.counters["form_ms"] = benchmark::Counter(f * 1e3);
+    state.counters["form_worst_ms"] = benchmark::Counter(form.empty() ? 0 : *std::max_element(form.begin(), form.end()) * 1e3);
+    state.counters["floor_ms"] = benchmark::Counter(fl * 1e3);
+    state.counters["ratio"] = benchmark::Counter(fl > 0 ? f / fl : 0);
+    state.counters["strict_floor_ms"] = benchmark::Counter(st * 1e3);
+    state.counters["strict_ratio"] = benchmark::Counter(st > 0 ? f / st : 0);
   }
 };
 

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <exception>
+#include <string>
 
 #include "db/Connection.h"
 
@@ -12,9 +13,13 @@ namespace kmd::host {
 void UseServerMalloc(char** argv) {
   const char* now = std::getenv("GLIBC_TUNABLES");
   std::string tunables = now ? now : "";
-  if (tunables.find("glibc.malloc.tcache_max") != std::string::npos) return;
-  tunables = tunables.empty() ? kServerMallocTunable : tunables + ":" + kServerMallocTunable;
-  if (setenv("GLIBC_TUNABLES", tunables.c_str(), 1) != 0) return;
+  bool added = false;
+  for (std::string setting : kServerTunables) {
+    if (tunables.find(setting.substr(0, setting.find('=') + 1)) != std::string::npos) continue;
+    tunables += (tunables.empty() ? "" : ":") + setting;
+    added = true;
+  }
+  if (!added || setenv("GLIBC_TUNABLES", tunables.c_str(), 1) != 0) return;
   execv("/proc/self/exe", argv);
   // Not started again: go on as we are, without the setting in the environment of children.
   if (now) setenv("GLIBC_TUNABLES", now, 1);

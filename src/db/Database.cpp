@@ -229,18 +229,36 @@ UnitResult Database::EndUnit() {
   return result;
 }
 
-RowPrint Database::Fingerprint(const std::string& table, const std::string& keyColumn, int32_t id) {
+namespace {
+
+void AddToPrint(std::string& print, const Value& v) {
+  std::string cell = v.IsNull() ? "" : v.GetType() == Value::Type::Bytes
+                                           ? std::string(v.ToBytes().begin(), v.ToBytes().end())
+                                           : v.ToText();
+  print += std::to_string(static_cast<int>(v.GetType())) + ":" + std::to_string(cell.size()) + ":" + cell;
+}
+
+}  // namespace
+
+RowPrint Database::Fingerprint(const std::string& table, const std::string& keyColumn, int32_t id,
+                               const Recordset* shown) {
+  if (shown && m_UnitDepth > 0 && !shown->IsClosed() && !shown->Eof()) {
+    auto known = m_TableColumns.find(table);
+    int key = shown->ColumnIndex(keyColumn);
+    if (known != m_TableColumns.end() && shown->Columns() == known->second && key >= 0 &&
+        shown->Fields(key) == Value(id)) {
+      RowPrint print{true, true, ""};
+      for (size_t i = 0; i < known->second.size(); ++i) AddToPrint(print.print, shown->Fields(static_cast<int>(i)));
+      return print;
+    }
+  }
   QueryResult r;
   std::string err = m_Connection->Run("SELECT * FROM " + table + " WHERE " + keyColumn + " = ?", {Value(id)}, &r);
   if (!err.empty()) return {};
+  m_TableColumns[table] = r.columns;
   RowPrint print{true, !r.rows.empty(), ""};
   if (r.rows.empty()) return print;
-  for (const auto& v : r.rows[0]) {
-    std::string cell = v.IsNull() ? "" : v.GetType() == Value::Type::Bytes
-                                             ? std::string(v.ToBytes().begin(), v.ToBytes().end())
-                                             : v.ToText();
-    print.print += std::to_string(static_cast<int>(v.GetType())) + ":" + std::to_string(cell.size()) + ":" + cell;
-  }
+  for (const auto& v : r.rows[0]) AddToPrint(print.print, v);
   return print;
 }
 

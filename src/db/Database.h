@@ -1,5 +1,6 @@
 #pragma once
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -63,8 +64,11 @@ class IDatabase {
   // until AfterWait takes them again.
   virtual void BeforeWait() {}
   virtual void AfterWait() {}
-  // The row of `table` whose `keyColumn` is `id`, read outside the statement trace.
-  virtual RowPrint Fingerprint(const std::string& /*table*/, const std::string& /*keyColumn*/, int32_t /*id*/) {
+  // The row of `table` whose `keyColumn` is `id`, read outside the statement trace; or, when
+  // `shown` stands on that row read whole from the table (as "SELECT *" reads it) by the same unit
+  // of work, that row, which the statement would only read again.
+  virtual RowPrint Fingerprint(const std::string& /*table*/, const std::string& /*keyColumn*/, int32_t /*id*/,
+                               const Recordset* /*shown*/ = nullptr) {
     return {};
   }
   // Counts a failure that did not come through a command (the id counter, for instance).
@@ -103,7 +107,8 @@ class Database : public IDatabase, public IDbError, public IDbInfo,
   UnitResult EndUnit() override;
   void BeforeWait() override;
   void AfterWait() override;
-  RowPrint Fingerprint(const std::string& table, const std::string& keyColumn, int32_t id) override;
+  RowPrint Fingerprint(const std::string& table, const std::string& keyColumn, int32_t id,
+                       const Recordset* shown = nullptr) override;
   void NoteFailure(const std::string& error) override;
   bool InUnit() const { return m_UnitDepth > 0; }
   const IDbError& LastError() override { return *this; }
@@ -148,6 +153,8 @@ class Database : public IDatabase, public IDbError, public IDbInfo,
   std::string Gate();
   // Begins the unit's transaction; a failure is the unit's failure.
   void BeginUnitTransaction();
+  // The columns of tables as their fingerprints read them, to know a shown row for a whole one.
+  std::map<std::string, std::vector<std::string>> m_TableColumns;
 };
 
 }  // namespace kmd::db

@@ -154,7 +154,7 @@ void FlatDictionary::UpdateScreen(int32_t id) {
     }
     if (!(rs->Eof() && rs->Bof())) {
       ShowRecord(*rs, id);
-      KeepFingerprint(id);
+      KeepFingerprint(id, rs.get());
     } else {
       ShowNoRecord();
     }

@@ -224,11 +224,11 @@ void Form::SetRecordSource(std::string table, std::string keyColumn) {
   m_SourceKey = std::move(keyColumn);
 }
 
-void Form::KeepFingerprint(int32_t id) {
+void Form::KeepFingerprint(int32_t id, const db::Recordset* shown) {
   m_PrintId = id;
   m_Print = {};
   if (m_SourceTable.empty() || id <= 0 || !m_Context) return;
-  if (auto db = m_Context->Database()) m_Print = db->Fingerprint(m_SourceTable, m_SourceKey, id);
+  if (auto db = m_Context->Database()) m_Print = db->Fingerprint(m_SourceTable, m_SourceKey, id, shown);
 }
 
 void Form::RetakeFingerprint() {

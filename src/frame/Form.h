@@ -160,8 +160,9 @@ class Form : public IFormUI, public IDesignUI {
   void SetColumnCaption(const view::Control& c, std::string column);
   // The table and key column of the records the form shows, declared once by its family.
   void SetRecordSource(std::string table, std::string keyColumn);
-  // The record `id` is shown: its fingerprint is kept for the check before a save.
-  void KeepFingerprint(int32_t id);
+  // The record `id` is shown: its fingerprint is kept for the check before a save. `shown`: the
+  // recordset it was shown from, when the fingerprint may be taken from it (see Fingerprint).
+  void KeepFingerprint(int32_t id, const db::Recordset* shown = nullptr);
   // The id of the record a save would overwrite; 0 or less for a new one.
   virtual int32_t SavingRecordId() const { return 0; }
   // The selected node's record was not found: the form shows no record. Commands that need one

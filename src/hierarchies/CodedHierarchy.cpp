@@ -183,7 +183,7 @@ void CodedHierarchy::UpdateScreen(int32_t id) {
     }
     if (rs->Eof()) ShowNoRecord();
     if (!rs->Eof()) {
-      KeepFingerprint(id);
+      KeepFingerprint(id, rs.get());
       std::string code = Str(*rs, m_CodeColumn);
       m_ParentLabel->SetCaption(m_CodeRule->ParentCode(code, m_Rule));
       auto length = m_CodeRule->ChildSegmentLength(ParentText(), m_Rule);

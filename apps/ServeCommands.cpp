@@ -29,7 +29,7 @@ struct Options {
 } g;
 
 int Serve() {
-  host::UseServerMalloc(g.argv);
+  host::UseServerMemorySettings(g.argv);
   if (std::string err = host::CheckDatabase(g.db); !err.empty()) {
     std::cerr << "kmd: " << err << "\n";
     return 1;

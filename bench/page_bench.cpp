@@ -142,9 +142,9 @@ BENCHMARK(PageRequests)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterati
 
 }  // namespace
 
-// The server's process runs with the server's malloc setting; so does this one.
+// The server's process runs with the server's memory settings; so does this one.
 int main(int argc, char** argv) {
-  kmd::host::UseServerMalloc(argv);
+  kmd::host::UseServerMemorySettings(argv);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

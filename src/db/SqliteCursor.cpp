@@ -253,19 +253,19 @@ class SqliteCursor : public Cursor {
       std::unique_ptr<Batch> batch;
       {
         std::unique_lock<std::mutex> lock(m_Mutex);
-        if (!m_Stop && m_Free.empty() && m_Made == kBatches) {
+        if (!Stopping() && m_Free.empty() && m_Made == kBatches) {
           // The loop gives a batch back every few microseconds: wait for it here, as it does,
           // before going to sleep.
           uint64_t seen = m_Returned.load(std::memory_order_relaxed);
           lock.unlock();
           Spin([&] {
-            return m_Returned.load(std::memory_order_acquire) != seen || m_StopSoon.load(std::memory_order_relaxed);
+            return m_Returned.load(std::memory_order_acquire) != seen || Stopping();
           });
           lock.lock();
         }
-        if (!m_Stop && m_Free.empty() && m_Made == kBatches)
-          m_RoomCv.wait(lock, [this] { return m_Stop || m_Free.size() >= kWakeAt; });
-        if (m_Stop) break;
+        if (!Stopping() && m_Free.empty() && m_Made == kBatches)
+          m_RoomCv.wait(lock, [this] { return Stopping() || m_Free.size() >= kWakeAt; });
+        if (Stopping()) break;
         if (m_Free.empty()) {
           batch = std::make_unique<Batch>();
           ++m_Made;
@@ -276,7 +276,7 @@ class SqliteCursor : public Cursor {
       }
       batch->Clear();
       try {
-        while (batch->count < kBatchRows && !m_StopSoon.load(std::memory_order_relaxed)) {
+        while (batch->count < kBatchRows && !Stopping()) {
           m_Step = sqlite3_step(m_St);
           if (m_Step != SQLITE_ROW) {
             if (m_Step != SQLITE_DONE) m_Error = ErrorOf(sqlite3_db_handle(m_St));
@@ -295,7 +295,7 @@ class SqliteCursor : public Cursor {
       if (batch->count) m_Full.push_back(std::move(batch));
       else m_Free.push_back(std::move(batch));
       m_Events.fetch_add(1, std::memory_order_release);
-      if (m_StopSoon.load(std::memory_order_relaxed)) end = true;
+      if (Stopping()) end = true;
       m_RowsCv.notify_one();
     }
     std::lock_guard<std::mutex> lock(m_Mutex);
@@ -341,10 +341,10 @@ class SqliteCursor : public Cursor {
   // Has the reader stop after the row it is on; the rows it read stay to be taken.
   void StopReader() {
     if (!m_Reader.joinable()) return;
-    m_StopSoon.store(true, std::memory_order_relaxed);
     {
+      // Set under the lock, so that a reader about to sleep on m_RoomCv sees it or is woken.
       std::lock_guard<std::mutex> lock(m_Mutex);
-      m_Stop = true;
+      m_Stop.store(true, std::memory_order_relaxed);
     }
     m_RoomCv.notify_all();
     m_Reader.join();
@@ -370,9 +370,9 @@ class SqliteCursor : public Cursor {
   std::deque<std::unique_ptr<Batch>> m_Full;
   std::vector<std::unique_ptr<Batch>> m_Free;
   size_t m_Made = 0;
-  bool m_Stop = false;
   bool m_ReaderDone = false;
-  std::atomic<bool> m_StopSoon{false};
+  std::atomic<bool> m_Stop{false};  // the reader is to stop after its current row
+  bool Stopping() const { return m_Stop.load(std::memory_order_relaxed); }
   std::atomic<uint64_t> m_Events{0};    // batches given and the reader's end, for a wait that spins
   std::atomic<uint64_t> m_Returned{0};  // batches given back, for the reader's wait
   std::unique_ptr<Batch> m_Current;   // the batch the loop takes rows from

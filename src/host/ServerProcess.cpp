@@ -10,7 +10,7 @@
 
 namespace kmd::host {
 
-void UseServerMalloc(char** argv) {
+void UseServerMemorySettings(char** argv) {
   const char* now = std::getenv("GLIBC_TUNABLES");
   std::string tunables = now ? now : "";
   bool added = false;

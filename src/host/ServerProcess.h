@@ -14,7 +14,7 @@ inline constexpr const char* kServerTunables[] = {"glibc.malloc.tcache_max=64", 
 // library reads it only as a process starts). Returns when it has them all (a setting of the same
 // name given by the user stands), or when the program cannot be started again, which leaves the
 // settings as they were.
-void UseServerMalloc(char** argv);
+void UseServerMemorySettings(char** argv);
 
 // Opens the database and reads the forms' program list, as the server does before it starts, so
 // that a wrong address or a file that is no kmd database is told at once: "" when it can, else

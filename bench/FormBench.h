@@ -171,6 +171,7 @@ struct Timing {
     double f = Median(form), fl = Median(floor), st = Median(strict);
     state.counters["form_ms"] = benchmark::Counter(f * 1e3);
     state.counters["form_worst_ms"] = benchmark::Counter(form.empty() ? 0 : *std::max_element(form.begin(), form.end()) * 1e3);
+    state.counters["form_best_ms"] = benchmark::Counter(form.empty() ? 0 : *std::min_element(form.begin(), form.end()) * 1e3);
     state.counters["floor_ms"] = benchmark::Counter(fl * 1e3);
     state.counters["ratio"] = benchmark::Counter(fl > 0 ? f / fl : 0);
     state.counters["strict_floor_ms"] = benchmark::Counter(st * 1e3);

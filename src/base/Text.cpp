@@ -308,6 +308,15 @@ size_t InStr(std::string_view haystack, std::string_view needle, size_t start) {
   return pos == std::u16string::npos ? 0 : pos + 1;
 }
 
+std::string Concat(std::initializer_list<std::string_view> parts) {
+  size_t size = 0;
+  for (auto p : parts) size += p.size();
+  std::string out;
+  out.reserve(size);
+  for (auto p : parts) out.append(p);
+  return out;
+}
+
 std::string Replace(std::string_view s, std::string_view what, std::string_view with) {
   if (what.empty()) return std::string(s);
   std::string out;

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,6 +62,8 @@ std::string Mid(std::string_view s, size_t start, size_t length = std::string::n
 size_t InStr(std::string_view haystack, std::string_view needle, size_t start = 1);
 
 std::string Replace(std::string_view s, std::string_view what, std::string_view with);
+// The parts one after the other, made in one allocation.
+std::string Concat(std::initializer_list<std::string_view> parts);
 std::vector<std::string> Split(std::string_view s, char sep);
 bool StartsWithNoCase(std::string_view s, std::string_view prefix);
 // A value to be written between single quotes in a statement: its quotes are doubled, so that the

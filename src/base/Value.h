@@ -1,6 +1,7 @@
 #pragma once
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -50,6 +51,13 @@ class Value {
 
   // Text of the value as "" & value gives it: Empty and Null give "", True gives "True".
   std::string ToText() const;
+  // The same text without a copy when the value holds a text; the text of any other value is
+  // made in `room`. The view lasts while the value and `room` do.
+  std::string_view TextView(std::string& room) const {
+    if (const auto* s = std::get_if<std::string>(&m_Data)) return *s;
+    room = ToText();
+    return room;
+  }
   // Numeric reading: numbers as they are, text by Val (no number reads 0), Null and Empty 0.
   double ToDouble() const;
   // Whole number, rounded half to even; throws RuntimeError when it does not fit 32 bits.

@@ -51,8 +51,8 @@ view::TextField& FlatDictionary::NameField() const { return m_CodeColumn.empty()
 
 std::string FlatDictionary::Name() const { return text::Trim(NameField().Text()); }
 
-std::string FlatDictionary::NodeText(const std::string& code, const std::string& name) const {
-  return m_NodeShowsCode ? code + m_NodeSeparator + name : name;
+std::string FlatDictionary::NodeText(std::string_view code, std::string_view name) const {
+  return m_NodeShowsCode ? text::Concat({code, m_NodeSeparator, name}) : std::string(name);
 }
 
 int32_t FlatDictionary::EditingId() const {
@@ -113,10 +113,12 @@ bool FlatDictionary::LoadNodes(db::IDatabase& db) {
   const int codeColumn = m_CodeColumn.empty() ? 0 : rs->ColumnIndex(m_CodeColumn);
   const NodeRef root("ROOT");
   const Value image(1);
+  std::string idRoom, codeRoom, nameRoom;  // the texts of values that are no texts
   while (!rs->Eof()) {
-    std::string id = text::Trim(rs->Fields(idColumn).ToText());
-    std::string code = m_CodeColumn.empty() ? "" : rs->Fields(codeColumn).ToText();
-    auto node = m_Tv->NodeAdd(root, view::tvwChild, "k" + id, NodeText(code, rs->Fields(nameColumn).ToText()), image);
+    std::string id = text::Trim(rs->Fields(idColumn).TextView(idRoom));
+    std::string_view code = m_CodeColumn.empty() ? "" : rs->Fields(codeColumn).TextView(codeRoom);
+    std::string_view name = rs->Fields(nameColumn).TextView(nameRoom);
+    auto node = m_Tv->NodeAdd(root, view::tvwChild, text::Concat({"k", id}), NodeText(code, name), image);
     if (!node) throw RuntimeError("Object variable or With block variable not set");
     node->Tag = Value(std::move(id));
     rs->MoveNext();

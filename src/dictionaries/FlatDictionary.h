@@ -162,7 +162,7 @@ class FlatDictionary : public Form {
   std::string Name() const;  // trimmed name field
   // The field that holds the name (qnT(1), or qnT(0) where there is no code column).
   view::TextField& NameField() const;
-  std::string NodeText(const std::string& code, const std::string& name) const;
+  std::string NodeText(std::string_view code, std::string_view name) const;
 
   void InitProperties();
 

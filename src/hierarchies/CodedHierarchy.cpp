@@ -56,7 +56,8 @@ bool CodedHierarchy::HasRow(const std::string& sql) {
 
 NodePtr CodedHierarchy::AddRecordNode(const NodeRef& parent, const std::string& code, const std::string& name,
                                       const Value& id) {
-  return m_Tv->NodeAdd(parent, view::tvwChild, "k" + code, code + "  " + name, Value(), Value(), id);
+  return m_Tv->NodeAdd(parent, view::tvwChild, text::Concat({"k", code}), text::Concat({code, "  ", name}), Value(),
+                       Value(), id);
 }
 
 void CodedHierarchy::ReadRule() {

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "view/LargeMemory.h"
+
 namespace kmd::view {
 
 // The keyed nodes of a tree in one open-addressing table of (hash, node) slots, probed in a line.
@@ -121,7 +123,7 @@ class NodeKeys {
   }
   void Rehash(size_t size) {
     PlaceWaiting();
-    std::vector<Slot> old(size);
+    Slots old(size);
     old.swap(m_Slots);
     m_Mask = size - 1;
     m_Filter.clear();
@@ -139,7 +141,8 @@ class NodeKeys {
       }
     }
   }
-  mutable std::vector<Slot> m_Slots;
+  using Slots = std::vector<Slot, LargeAllocator<Slot>>;
+  mutable Slots m_Slots;
   mutable std::vector<Slot> m_Waiting;
   std::vector<uint64_t> m_Filter;
   unsigned m_FilterShift = 0;

@@ -4,9 +4,8 @@
 #include <cstddef>
 #include <new>
 
-#include <sys/mman.h>
-
 #include "base/RuntimeError.h"
+#include "view/LargeMemory.h"
 
 namespace kmd::view {
 
@@ -31,19 +30,20 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
       if (m_Current == m_Blocks.size()) {
         // Blocks grow from a few nodes, so that a small tree holds little, to a few thousand.
         size_t capacity = m_Blocks.empty() ? 32 : std::min<size_t>(m_Blocks.back().capacity * 2, 4096);
-        m_Blocks.push_back({Slots(capacity), capacity, 0});
+        m_Blocks.push_back({Slots(capacity), capacity, 0, 0});
       }
     }
     Block& block = m_Blocks[m_Current];
+    // A slot of an earlier load still holds its node: it is destroyed now, while the new node
+    // is written there anyway, and the memory it frees is taken again by this load.
+    if (block.used < block.built) At(block, block.used)->~Node();
     Node* node = new (&block.slots[block.used++]) Node();
+    block.built = std::max(block.built, block.used);
     node->m_Arena = this;
     return node;
   }
-  // Takes back the node made last (before anybody saw it).
-  void DropLast() {
-    Block& block = m_Blocks[m_Current];
-    At(block, --block.used)->~Node();
-  }
+  // Takes back the node made last (before anybody saw it); it stays in its slot, unused.
+  void DropLast() { --m_Blocks[m_Current].used; }
   // The number of an image in the arena's list of them (0 is Empty), added when new.
   uint32_t ImageNumber(const Value& image) {
     if (image.IsEmpty()) return 0;
@@ -54,41 +54,42 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
     return m_LastImage = static_cast<uint32_t>(m_Images.size() - 1);
   }
   const Value& ImageOf(uint32_t number) const { return m_Images[number]; }
-  // Destroys every node and starts over in the blocks already held: a tree loaded again writes
-  // into memory it has touched before.
-  void Reset() { DestroyAll(); }
+  // Starts over in the blocks already held: a tree loaded again writes into memory it has touched
+  // before. The old nodes are destroyed one by one as their slots are taken again (or with the
+  // arena), not all at once here: a tree's Clear then costs nothing before its next load.
+  void Reset() {
+    for (Block& block : m_Blocks) block.used = 0;
+    m_Current = 0;
+  }
 
  private:
   struct alignas(Node) Slot {
     std::byte bytes[sizeof(Node)];
   };
-  // Large blocks are mapped with their pages in place: one call instead of a fault per page as
-  // the load first writes them.
   struct Unmap {
     size_t bytes;
     void operator()(Slot* p) const {
-      if (bytes) munmap(p, bytes);
+      if (bytes) UnmapLarge(p, bytes);
       else delete[] p;
     }
   };
   static std::unique_ptr<Slot[], Unmap> Slots(size_t capacity) {
     size_t bytes = capacity * sizeof(Slot);
-    if (bytes >= 256 * 1024) {
-      void* p = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
-      if (p != MAP_FAILED) return std::unique_ptr<Slot[], Unmap>(static_cast<Slot*>(p), Unmap{bytes});
-    }
+    if (bytes >= kLargeFrom)
+      if (void* p = MapLarge(bytes)) return std::unique_ptr<Slot[], Unmap>(static_cast<Slot*>(p), Unmap{bytes});
     return std::unique_ptr<Slot[], Unmap>(new Slot[capacity], Unmap{0});
   }
   struct Block {
     std::unique_ptr<Slot[], Unmap> slots;
     size_t capacity;
-    size_t used;
+    size_t used;   // the slots of this load's nodes
+    size_t built;  // the slots that hold a node, of this load or of an earlier one
   };
   static Node* At(Block& block, size_t i) { return std::launder(reinterpret_cast<Node*>(&block.slots[i])); }
   void DestroyAll() {
     for (Block& block : m_Blocks) {
-      for (size_t i = 0; i < block.used; ++i) At(block, i)->~Node();
-      block.used = 0;
+      for (size_t i = 0; i < block.built; ++i) At(block, i)->~Node();
+      block.used = block.built = 0;
     }
     m_Current = 0;
   }

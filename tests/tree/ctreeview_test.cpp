@@ -325,3 +325,39 @@ TEST(TreeImages, EachNodeKeepsTheImagesItWasGivenByIndexOrKeyAlsoOutOfItsTree) {
   tree.Clear();
   EXPECT_EQ(a->Image().Display(), "1");
 }
+
+// Loads one after the other in the same tree: each starts in the memory of the one before, whose
+// nodes go as their places are taken again. A load of fewer nodes, a refused duplicate, a node held
+// across a load and texts too long to sit inside a node all leave every node as it was added.
+TEST(TreeReload, EachLoadHoldsExactlyItsOwnNodes) {
+  view::TreeView tree;
+  auto load = [&](int count, const std::string& tag) {
+    tree.Clear();
+    for (int i = 0; i < count; ++i) {
+      std::string key = "k" + std::to_string(i);
+      auto node = tree.Add({}, view::tvwLast, key, tag + " 的一个相当长的节点文字 " + key);
+      node->Tag = Value(tag + key + " also long enough to be allocated");
+      if (i == count / 2) {
+        EXPECT_THROW(tree.Add({}, view::tvwLast, key, "duplicate"), RuntimeError);
+      }
+    }
+  };
+  load(9000, "first");
+  NodePtr held = tree.Item("k7000");
+  load(3000, "second");
+  // The held node kept its arena: the second load took a new one.
+  EXPECT_FALSE(held->InTree());
+  EXPECT_EQ(held->Text, "first 的一个相当长的节点文字 k7000");
+  held.reset();
+  load(6000, "third");
+  load(2500, "fourth");
+  ASSERT_EQ(tree.Count(), 2500);
+  for (int i = 0; i < 2500; i += 499) {
+    std::string key = "k" + std::to_string(i);
+    auto node = tree.Item(key);
+    EXPECT_EQ(node->Text, "fourth 的一个相当长的节点文字 " + key);
+    EXPECT_EQ(node->Tag.ToText(), "fourth" + key + " also long enough to be allocated");
+    EXPECT_EQ(node->Index(), i + 1);
+  }
+  EXPECT_EQ(tree.FindKey("k2500"), nullptr);
+}

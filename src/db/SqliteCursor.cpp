@@ -14,22 +14,27 @@
 
 namespace kmd::db::sqlite {
 
+// A column is read through its value object: one call finds the column, and the type, the
+// bytes and their length are then read from that object. Reading them from the statement would
+// find the column again at each call. The connection is opened without SQLite's mutex and used
+// by one thread at a time, so the value needs no lock of its own.
 void ReadColumn(sqlite3_stmt* st, int i, Value& v) {
-  switch (sqlite3_column_type(st, i)) {
+  sqlite3_value* c = sqlite3_column_value(st, i);
+  switch (sqlite3_value_type(c)) {
     case SQLITE_INTEGER:
-      v.AssignWide(static_cast<long long>(sqlite3_column_int64(st, i)));
+      v.AssignWide(static_cast<long long>(sqlite3_value_int64(c)));
       break;
     case SQLITE_FLOAT:
-      v.AssignDouble(sqlite3_column_double(st, i));
+      v.AssignDouble(sqlite3_value_double(c));
       break;
     case SQLITE_TEXT: {
-      const char* p = reinterpret_cast<const char*>(sqlite3_column_text(st, i));
-      v.AssignText(p, static_cast<size_t>(sqlite3_column_bytes(st, i)));
+      const char* p = reinterpret_cast<const char*>(sqlite3_value_text(c));
+      v.AssignText(p, static_cast<size_t>(sqlite3_value_bytes(c)));
       break;
     }
     case SQLITE_BLOB: {
-      const auto* p = static_cast<const unsigned char*>(sqlite3_column_blob(st, i));
-      v = Value(Value::Bytes(p, p + sqlite3_column_bytes(st, i)));
+      const auto* p = static_cast<const unsigned char*>(sqlite3_value_blob(c));
+      v = Value(Value::Bytes(p, p + sqlite3_value_bytes(c)));
       break;
     }
     default:
@@ -82,20 +87,21 @@ struct Batch {
   void AddRow(sqlite3_stmt* st, int columns) {
     for (int i = 0; i < columns; ++i) {
       at.push_back(static_cast<uint32_t>(data.size()));
-      int type = sqlite3_column_type(st, i);
+      sqlite3_value* c = sqlite3_column_value(st, i);  // as ReadColumn reads it
+      int type = sqlite3_value_type(c);
       data.push_back(static_cast<char>(type));
       switch (type) {
         case SQLITE_INTEGER:
-          Put(static_cast<int64_t>(sqlite3_column_int64(st, i)));
+          Put(static_cast<int64_t>(sqlite3_value_int64(c)));
           break;
         case SQLITE_FLOAT:
-          Put(sqlite3_column_double(st, i));
+          Put(sqlite3_value_double(c));
           break;
         case SQLITE_TEXT:
         case SQLITE_BLOB: {
-          const char* p = type == SQLITE_TEXT ? reinterpret_cast<const char*>(sqlite3_column_text(st, i))
-                                              : static_cast<const char*>(sqlite3_column_blob(st, i));
-          auto size = static_cast<uint32_t>(sqlite3_column_bytes(st, i));
+          const char* p = type == SQLITE_TEXT ? reinterpret_cast<const char*>(sqlite3_value_text(c))
+                                              : static_cast<const char*>(sqlite3_value_blob(c));
+          auto size = static_cast<uint32_t>(sqlite3_value_bytes(c));
           Put(size);
           if (size) data.append(p, size);
           break;
@@ -171,8 +177,7 @@ class SqliteCursor : public Cursor {
     if (m_Ahead && TakeAhead()) return Give(row, true);
     // A reader is started once, at the row that makes kAheadAfter; after it has ended the
     // statement stands where it left it: at its end, or after the last row it read.
-    if (m_Started && m_Step == SQLITE_ROW && ++m_Taken == kAheadAfter && m_Open->size() == 1 &&
-        std::thread::hardware_concurrency() > 1) {
+    if (m_Started && m_Step == SQLITE_ROW && ++m_Taken == kAheadAfter && m_Open->size() == 1 && Cores() > 1) {
       StartReader();
       if (m_Ahead && TakeAhead()) return Give(row, true);
     }
@@ -208,6 +213,12 @@ class SqliteCursor : public Cursor {
   // host), so while the other side is moving, waiting awake is much the quicker; a side stalled
   // for longer (a box open in the middle of a loop) is slept on.
   static constexpr auto kSpin = std::chrono::milliseconds(2);
+
+  // The processors, asked once: the system answers by reading a file.
+  static unsigned Cores() {
+    static const unsigned cores = std::thread::hardware_concurrency();
+    return cores;
+  }
 
   // Waits on this core until `ready` or kSpin has passed; gives `ready`.
   template <class Ready>

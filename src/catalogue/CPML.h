@@ -1,5 +1,6 @@
 #pragma once
 #include <string>
+#include <string_view>
 
 #include "frame/Form.h"
 #include "hierarchies/CodeRule.h"
@@ -80,7 +81,7 @@ class CPML : public Form {
   void AddCategory(db::Recordset& rs);
   // Adds a product node under its category; a duplicate code is retried with "****" in front,
   // each retry reported with `duplicateText` (the handler's words).
-  void AddProduct(const std::string& categoryKey, std::string code, const std::string& name, const Value& id,
+  void AddProduct(std::string_view categoryKey, std::string code, std::string_view name, const Value& id,
                   const std::string& duplicateText);
   // Adds a product node for each remaining row of `rs` (类别编码, 物品编码, 物品名称, 产品ID).
   void AddProducts(db::Recordset& rs, const std::string& duplicateText);

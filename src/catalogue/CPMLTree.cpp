@@ -42,11 +42,12 @@ void CPML::AddCategory(db::Recordset& rs) {
   }
 }
 
-void CPML::AddProduct(const std::string& categoryKey, std::string code, const std::string& name, const Value& id,
+void CPML::AddProduct(std::string_view categoryKey, std::string code, std::string_view name, const Value& id,
                       const std::string& duplicateText) {
   for (;;) {
     try {
-      auto node = Tree()->Add(NodeRef(categoryKey), view::tvwChild, "w" + code, code + "  " + name, Value(5));
+      auto node = Tree()->Add(NodeRef(std::string(categoryKey)), view::tvwChild, text::Concat({"w", code}),
+                              text::Concat({code, "  ", name}), Value(5));
       node->Tag = id;
       return;
     } catch (const RuntimeError& e) {
@@ -62,9 +63,10 @@ void CPML::AddProducts(db::Recordset& rs, const std::string& duplicateText) {
   // The columns are found once for all the rows.
   int category = rs.ColumnIndex("类别编码"), code = rs.ColumnIndex("物品编码"), name = rs.ColumnIndex("物品名称"),
       id = rs.ColumnIndex("产品ID");
+  std::string categoryRoom, codeRoom, nameRoom;  // the texts of values that are no texts
   for (; !rs.Eof(); rs.MoveNext())
-    AddProduct(rs.Fields(category).ToText(), rs.Fields(code).ToText(), rs.Fields(name).ToText(), rs.Fields(id),
-               duplicateText);
+    AddProduct(rs.Fields(category).TextView(categoryRoom), std::string(rs.Fields(code).TextView(codeRoom)),
+               rs.Fields(name).TextView(nameRoom), rs.Fields(id), duplicateText);
 }
 
 bool CPML::Refresh() {

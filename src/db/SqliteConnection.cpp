@@ -37,10 +37,6 @@ SqliteConnection::SqliteConnection(const std::string& path, bool create) {
   // Write-ahead logging: readers never wait for a writer, and a writer whose transaction has read
   // cannot write over a newer commit (it gets the busy error instead).
   sqlite3_exec(m_Db, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
-  // The file is read through a mapping of it: a new connection (each window opens one) then
-  // reads its first pages straight from the system's cache of the file instead of copying each
-  // page into a cache of its own. Writes still go through the file.
-  sqlite3_exec(m_Db, "PRAGMA mmap_size=268435456", nullptr, nullptr, nullptr);
 }
 
 SqliteConnection::~SqliteConnection() {

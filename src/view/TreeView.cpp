@@ -28,8 +28,10 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
     if (m_Current == m_Blocks.size() || m_Blocks[m_Current].used == m_Blocks[m_Current].capacity) {
       if (m_Current < m_Blocks.size()) ++m_Current;
       if (m_Current == m_Blocks.size()) {
-        // Blocks grow from a few nodes, so that a small tree holds little, to a few thousand.
-        size_t capacity = m_Blocks.empty() ? 32 : std::min<size_t>(m_Blocks.back().capacity * 2, 4096);
+        // Blocks grow from a few nodes, so that a small tree holds little, to a few thousand,
+        // then take a huge page each.
+        size_t capacity = m_Blocks.empty() ? 32 : m_Blocks.back().capacity * 2;
+        if (capacity > 4096) capacity = kHugePage / sizeof(Slot);
         m_Blocks.push_back({Slots(capacity), capacity, 0, 0});
       }
     }
@@ -74,7 +76,7 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
     }
   };
   static std::unique_ptr<Slot[], Unmap> Slots(size_t capacity) {
-    size_t bytes = capacity * sizeof(Slot);
+    size_t bytes = capacity == kHugePage / sizeof(Slot) ? kHugePage : capacity * sizeof(Slot);
     if (bytes >= kLargeFrom)
       if (void* p = MapLarge(bytes)) return std::unique_ptr<Slot[], Unmap>(static_cast<Slot*>(p), Unmap{bytes});
     return std::unique_ptr<Slot[], Unmap>(new Slot[capacity], Unmap{0});

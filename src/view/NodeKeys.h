@@ -96,8 +96,9 @@ class NodeKeys {
     size_t hash = 0;
     Node* node = nullptr;
   };
-  // Tables from this many slots keep a filter of kFilterBitsPerSlot bits a slot.
-  static constexpr size_t kFilterFrom = 65536;
+  // Tables from this many slots (64 KB: more than stays in the nearest cache while a load writes
+  // its nodes) keep a filter of kFilterBitsPerSlot bits a slot, a sixteenth of their size.
+  static constexpr size_t kFilterFrom = 4096;
   static constexpr size_t kFilterBitsPerSlot = 8;
   static constexpr size_t kWaitingMax = 256;
   // A large table grows four times over: a load of many rows then moves its keys and fills fresh

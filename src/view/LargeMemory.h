@@ -5,11 +5,12 @@
 namespace kmd::view {
 
 // Memory for the large tables of a tree (its nodes' blocks, its key table). A block from
-// kLargeFrom bytes is mapped on its own and filled at once; a block of whole huge pages is asked
-// for on huge pages. A new window's first load writes tens of megabytes of fresh memory, and on a
-// virtual machine each page's first fault costs far more than writing it: a huge page is one fault
-// for 512 pages (where the system has none to give, it falls back to ordinary pages). The block
-// goes back to the system when freed. Smaller blocks come from the heap.
+// kLargeFrom bytes is mapped on its own and filled at once; a block that fills whole huge pages
+// (but for a sixteenth of them) is asked for on huge pages. A new window's first load writes tens
+// of megabytes of fresh memory, and on a virtual machine each page's first fault costs far more
+// than writing it: a huge page is one fault for 512 pages (where the system has none to give, it
+// falls back to ordinary pages). The block goes back to the system when freed. Smaller blocks
+// come from the heap.
 constexpr size_t kLargeFrom = 256 * 1024;
 constexpr size_t kHugePage = 2 * 1024 * 1024;
 // Null when the system has no memory to map.

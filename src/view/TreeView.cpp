@@ -25,14 +25,14 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
   ~NodeArena() { DestroyAll(); }
 
   Node* New() {
-    if (m_Current == m_Blocks.size() || m_Blocks[m_Current].used == m_Blocks[m_Current].capacity) {
+    if (m_Current == m_Blocks.size() || m_Blocks[m_Current].used == m_Blocks[m_Current].slots.size()) {
       if (m_Current < m_Blocks.size()) ++m_Current;
       if (m_Current == m_Blocks.size()) {
         // Blocks grow from a few nodes, so that a small tree holds little, to a few thousand,
         // then take a huge page each.
-        size_t capacity = m_Blocks.empty() ? 32 : m_Blocks.back().capacity * 2;
+        size_t capacity = m_Blocks.empty() ? 32 : m_Blocks.back().slots.size() * 2;
         if (capacity > 4096) capacity = kHugePage / sizeof(Slot);
-        m_Blocks.push_back({Slots(capacity), capacity, 0, 0});
+        m_Blocks.push_back({Slots(capacity), 0, 0});
       }
     }
     Block& block = m_Blocks[m_Current];
@@ -65,25 +65,14 @@ class NodeArena : public std::enable_shared_from_this<NodeArena> {
   }
 
  private:
+  // Room for a node; made without writing anything, so that a new block is only mapped.
   struct alignas(Node) Slot {
+    Slot() {}
     std::byte bytes[sizeof(Node)];
   };
-  struct Unmap {
-    size_t bytes;
-    void operator()(Slot* p) const {
-      if (bytes) UnmapLarge(p, bytes);
-      else delete[] p;
-    }
-  };
-  static std::unique_ptr<Slot[], Unmap> Slots(size_t capacity) {
-    size_t bytes = capacity == kHugePage / sizeof(Slot) ? kHugePage : capacity * sizeof(Slot);
-    if (bytes >= kLargeFrom)
-      if (void* p = MapLarge(bytes)) return std::unique_ptr<Slot[], Unmap>(static_cast<Slot*>(p), Unmap{bytes});
-    return std::unique_ptr<Slot[], Unmap>(new Slot[capacity], Unmap{0});
-  }
+  using Slots = std::vector<Slot, LargeAllocator<Slot>>;
   struct Block {
-    std::unique_ptr<Slot[], Unmap> slots;
-    size_t capacity;
+    Slots slots;
     size_t used;   // the slots of this load's nodes
     size_t built;  // the slots that hold a node, of this load or of an earlier one
   };

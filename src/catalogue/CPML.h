@@ -79,12 +79,19 @@ class CPML : public Form {
   int32_t MaxRows();
   std::string BaseQuery() const;
   void AddCategory(db::Recordset& rs);
+  // Messages of a load kept back until the user has been told how many rows it holds.
+  struct HeldMessages {
+    std::vector<std::string> duplicates;  // each duplicate's message, in the order met
+    std::string failure;                  // the first product that could not be added otherwise
+  };
   // Adds a product node under its category; a duplicate code is retried with "****" in front,
-  // each retry reported with `duplicateText` (the handler's words).
+  // each retry reported with `duplicateText` (the handler's words), or kept in `held`.
   void AddProduct(std::string_view categoryKey, std::string code, std::string_view name, const Value& id,
-                  const std::string& duplicateText);
-  // Adds a product node for each remaining row of `rs` (类别编码, 物品编码, 物品名称, 产品ID).
-  void AddProducts(db::Recordset& rs, const std::string& duplicateText);
+                  const std::string& duplicateText, HeldMessages* held);
+  // Adds a product node for each remaining row of `rs` (类别编码, 物品编码, 物品名称, 产品ID) and
+  // gives their number. With `held`, the messages wait there, and a product that cannot be added
+  // for a reason other than its code ends the adding but not the count.
+  int32_t AddProducts(db::Recordset& rs, const std::string& duplicateText, HeldMessages* held = nullptr);
   bool IsUnloaded(const NodePtr& node) const;
   void m_Tv_Expand(const NodePtr& node);
   void m_Tv_Selected(const NodePtr& node);

@@ -43,7 +43,7 @@ void CPML::AddCategory(db::Recordset& rs) {
 }
 
 void CPML::AddProduct(std::string_view categoryKey, std::string code, std::string_view name, const Value& id,
-                      const std::string& duplicateText) {
+                      const std::string& duplicateText, HeldMessages* held) {
   for (;;) {
     try {
       auto node = Tree()->Add(NodeRef(std::string(categoryKey)), view::tvwChild, text::Concat({"w", code}),
@@ -53,20 +53,34 @@ void CPML::AddProduct(std::string_view categoryKey, std::string code, std::strin
     } catch (const RuntimeError& e) {
       if (e.Number() != view::kErrKeyNotUnique) throw;
       // A second product with the same code still shows, with "****" before its code.
-      RaiseErrMessage(duplicateText + code + "]有重复,加载的物品编码改为：[****" + code + "]", kJournalFailure, kTitle);
+      std::string message = duplicateText + code + "]有重复,加载的物品编码改为：[****" + code + "]";
+      if (held)
+        held->duplicates.push_back(std::move(message));
+      else
+        RaiseErrMessage(message, kJournalFailure, kTitle);
       code = "****" + code;
     }
   }
 }
 
-void CPML::AddProducts(db::Recordset& rs, const std::string& duplicateText) {
+int32_t CPML::AddProducts(db::Recordset& rs, const std::string& duplicateText, HeldMessages* held) {
   // The columns are found once for all the rows.
   int category = rs.ColumnIndex("类别编码"), code = rs.ColumnIndex("物品编码"), name = rs.ColumnIndex("物品名称"),
       id = rs.ColumnIndex("产品ID");
   std::string categoryRoom, codeRoom, nameRoom;  // the texts of values that are no texts
-  for (; !rs.Eof(); rs.MoveNext())
-    AddProduct(rs.Fields(category).TextView(categoryRoom), std::string(rs.Fields(code).TextView(codeRoom)),
-               rs.Fields(name).TextView(nameRoom), rs.Fields(id), duplicateText);
+  int32_t count = 0;
+  for (; !rs.Eof(); rs.MoveNext()) {
+    ++count;
+    if (held && !held->failure.empty()) continue;
+    try {
+      AddProduct(rs.Fields(category).TextView(categoryRoom), std::string(rs.Fields(code).TextView(codeRoom)),
+                 rs.Fields(name).TextView(nameRoom), rs.Fields(id), duplicateText, held);
+    } catch (const RuntimeError& e) {
+      if (!held) throw;
+      held->failure = e.what();
+    }
+  }
+  return count;
 }
 
 bool CPML::Refresh() {
@@ -138,18 +152,31 @@ void CPML::m_Tv_Expand(const NodePtr& node) {
                                   " FROM vtKMDCPMLX  WHERE 产品类别ID =" +
                                       tag + "  ORDER BY 物品编码 ",
                                   1)
-                    ->OpenRecordset();
+                    ->OpenForwardOnly();
       if (std::string err = db->LastError().Description(); !err.empty()) {
         tv->SetVisible(true);
         RaiseErrMessage(err, kFailure, kTitle);
         return;
       }
-      int32_t count = rs->RecordCount();
-      tv->Reserve(static_cast<size_t>(tv->Count() + count));
+      // The products are added while the driver reads the next rows, on a hidden tree. What the
+      // user is told goes out once the rows are all read, in the form's order: the number of rows
+      // and the time it may take, each duplicate code, a failure to add a product, the total.
+      HeldMessages held;
+      int32_t count = 0;
+      try {
+        count = AddProducts(*rs, "操作时出现错误：物品编码[", &held);
+      } catch (const RuntimeError& e) {
+        // The rows stopped coming: as when the statement fails, the category is left empty.
+        while (auto child = node->Child()) tv->Remove(child);
+        tv->SetVisible(true);
+        RaiseErrMessage(e.what(), kFailure, kTitle);
+        return;
+      }
+      rs->Close();
       RaiseMessage("正在加载记录，估计需要" + text::FormatNumber(text::RoundHalfEven(count / kRowsPerSecond)) +
                    "秒，请稍等...");
-      AddProducts(*rs, "操作时出现错误：物品编码[");
-      rs->Close();
+      for (const auto& message : held.duplicates) RaiseErrMessage(message, kJournalFailure, kTitle);
+      if (!held.failure.empty()) throw RuntimeError(held.failure);
       RaiseMessage("共加载" + std::to_string(count) + "条记录");
       tv->SetVisible(true);
       return;

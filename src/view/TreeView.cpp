@@ -407,9 +407,11 @@ void TreeView::SetSelectedItem(const NodePtr& node) {
 
 int TreeView::GetVisibleCount() const { return std::max(1, Height() / std::max(1, m_RowHeight)); }
 
-const std::vector<Node*>& TreeView::VisibleRows() const {
+const TreeView::RowList& TreeView::VisibleRows() const {
   if (m_RowsValid) return m_Rows;
   m_Rows.clear();
+  // Room for every node at once: the list does not grow through copies into fresh memory.
+  m_Rows.reserve(m_All.size());
   ++m_RowsStamp;
   std::vector<Node*> stack;
   for (Node* r = m_LastRoot; r; r = r->m_PrevSib) stack.push_back(r);

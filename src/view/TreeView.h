@@ -181,8 +181,10 @@ class TreeView : public Control {
 
   // The expanded rows in display order, and the first row in view (0-based).
   std::vector<NodePtr> ViewableRows() const;
-  // The same rows as plain pointers, kept until the tree's nodes or expansions change.
-  const std::vector<Node*>& VisibleRows() const;
+  // The same rows as plain pointers, kept until the tree's nodes or expansions change. A large
+  // tree's list is mapped whole at its first use (see LargeMemory.h).
+  using RowList = std::vector<Node*, LargeAllocator<Node*>>;
+  const RowList& VisibleRows() const;
   int FirstVisibleRow() const;
   void SetFirstVisibleRow(int row);
   // Row of a node among ViewableRows, -1 when it is hidden under a collapsed parent.
@@ -239,7 +241,7 @@ class TreeView : public Control {
   void ResolveScroll() const;
 
   std::vector<Node*> m_All;
-  mutable std::vector<Node*> m_Rows;  // VisibleRows, valid while m_RowsValid
+  mutable RowList m_Rows;  // VisibleRows, valid while m_RowsValid
   mutable bool m_RowsValid = false;
   mutable uint64_t m_RowsStamp = 0;
   // The last row RowOf found, while the rows are those of m_RowOfStamp: a rebuild of the rows

@@ -407,7 +407,7 @@ void TreeView::SetSelectedItem(const NodePtr& node) {
 
 int TreeView::GetVisibleCount() const { return std::max(1, Height() / std::max(1, m_RowHeight)); }
 
-const TreeView::RowList& TreeView::VisibleRows() const {
+const TreeView::NodeList& TreeView::VisibleRows() const {
   if (m_RowsValid) return m_Rows;
   m_Rows.clear();
   // Room for every node at once: the list does not grow through copies into fresh memory.

@@ -136,6 +136,10 @@ struct NodeRef {
 // scrolling and drag bands can be computed. Sizes are in twips (1/1440 inch).
 class TreeView : public Control {
  public:
+  // Lists of a tree's nodes; a large tree's lists are each mapped whole (see LargeMemory.h), so
+  // that a new window's first load does not fault them in page by page as they grow.
+  using NodeList = std::vector<Node*, LargeAllocator<Node*>>;
+
   explicit TreeView(std::string name = "TV", int index = -1);
   ~TreeView() override;
 
@@ -157,7 +161,7 @@ class TreeView : public Control {
   NodePtr Item(int index) const;
   NodePtr Item(const std::string& key) const;
   NodePtr FindKey(const std::string& key) const;  // null when absent
-  const std::vector<Node*>& AllNodes() const { return m_All; }
+  const NodeList& AllNodes() const { return m_All; }
   std::vector<NodePtr> Roots() const;
   // Whether AllNodes is in display order (every node was added after the ones above it and nothing
   // moved since the last Clear), so that a walk in display order may run down the array.
@@ -181,10 +185,8 @@ class TreeView : public Control {
 
   // The expanded rows in display order, and the first row in view (0-based).
   std::vector<NodePtr> ViewableRows() const;
-  // The same rows as plain pointers, kept until the tree's nodes or expansions change. A large
-  // tree's list is mapped whole at its first use (see LargeMemory.h).
-  using RowList = std::vector<Node*, LargeAllocator<Node*>>;
-  const RowList& VisibleRows() const;
+  // The same rows as plain pointers, kept until the tree's nodes or expansions change.
+  const NodeList& VisibleRows() const;
   int FirstVisibleRow() const;
   void SetFirstVisibleRow(int row);
   // Row of a node among ViewableRows, -1 when it is hidden under a collapsed parent.
@@ -240,8 +242,8 @@ class TreeView : public Control {
   static constexpr size_t kNoneStale = static_cast<size_t>(-1);
   void ResolveScroll() const;
 
-  std::vector<Node*> m_All;
-  mutable RowList m_Rows;  // VisibleRows, valid while m_RowsValid
+  NodeList m_All;
+  mutable NodeList m_Rows;  // VisibleRows, valid while m_RowsValid
   mutable bool m_RowsValid = false;
   mutable uint64_t m_RowsStamp = 0;
   // The last row RowOf found, while the rows are those of m_RowOfStamp: a rebuild of the rows

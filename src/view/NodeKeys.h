@@ -85,11 +85,6 @@ class NodeKeys {
     m_Waiting.clear();
     m_Count = 0;
   }
-  void Reserve(size_t count) {
-    size_t size = 64;
-    while (count * 3 > size * 2) size *= 2;
-    if (size > m_Slots.size()) Rehash(size);
-  }
 
  private:
   struct Slot {

@@ -187,11 +187,6 @@ TreeView::~TreeView() {
     for (Node* n : m_All) n->m_Tree = nullptr;
 }
 
-void TreeView::Reserve(size_t count) {
-  m_All.reserve(count);
-  m_ByKey.Reserve(count);
-}
-
 void TreeView::Link(Node* node, Node* relative, int relationship) {
   m_RowsValid = false;
   Node* parent = nullptr;

@@ -155,8 +155,6 @@ class TreeView : public Control {
   // Removes every node at once.
   void Clear();
   int Count() const { return static_cast<int>(m_All.size()); }
-  // Makes room for `count` nodes in all, so that a load of known size grows nothing.
-  void Reserve(size_t count);
   // By 1-based index or by key; throws RuntimeError when absent (kErrElementNotFound for a key).
   NodePtr Item(int index) const;
   NodePtr Item(const std::string& key) const;

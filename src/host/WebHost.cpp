@@ -21,6 +21,7 @@
 #include "host/AllForms.h"
 #include "host/FormGroups.h"
 #include "host/Journal.h"
+#include "view/LargeMemory.h"
 
 namespace kmd::host {
 
@@ -142,13 +143,28 @@ WebHost::WebHost(Options options, const FormRegistry* forms)
   // arena of its own whose pages outlive the window, and the server would keep growing as windows
   // come and go. The threads' own caches of small blocks keep contention low.
   mallopt(M_ARENA_MAX, 1);
+  // A closed window's large blocks wait for the release with the rest of its memory.
+  view::KeepFreedBlocks(true);
   auto every = std::clamp(m_Options.idle / 2, std::chrono::milliseconds(10), std::chrono::milliseconds(30000));
   m_Reaper = std::thread([this, every] {
     std::unique_lock<std::mutex> lock(m_Mutex);
-    while (!m_Closed.wait_for(lock, every, [this] { return m_Stopping; })) {
-      lock.unlock();
-      CloseIdle();
-      lock.lock();
+    auto idleCheck = std::chrono::steady_clock::now() + every;
+    while (!m_Stopping) {
+      m_Closed.wait_until(lock, m_ReleaseAt ? std::min(idleCheck, *m_ReleaseAt) : idleCheck);
+      if (m_Stopping) break;
+      auto now = std::chrono::steady_clock::now();
+      if (m_ReleaseAt && now >= *m_ReleaseAt) {
+        m_ReleaseAt.reset();
+        lock.unlock();
+        ReleaseMemory();
+        lock.lock();
+      }
+      if (now >= idleCheck) {
+        lock.unlock();
+        CloseIdle();
+        lock.lock();
+        idleCheck = std::chrono::steady_clock::now() + every;
+      }
     }
   });
 }
@@ -162,6 +178,22 @@ WebHost::~WebHost() {
   m_Closed.notify_all();
   m_Reaper.join();
   CloseAll();
+  ReleaseMemory();
+}
+
+void WebHost::ReleaseMemory() {
+  // A large tree leaves its memory in the malloc arena (the window thread's own cache of small
+  // blocks goes back there when the thread ends) and its large blocks kept aside.
+  view::ReleaseFreedBlocks();
+  malloc_trim(0);
+}
+
+void WebHost::Closed() {
+  {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    if (!m_ReleaseAt) m_ReleaseAt = std::chrono::steady_clock::now() + m_Options.release;
+  }
+  m_Closed.notify_all();
 }
 
 void WebHost::CloseIdle() {
@@ -185,6 +217,7 @@ void WebHost::CloseIdle() {
     --m_Closing;
     m_Closed.notify_all();
   }
+  if (!idle.empty()) Closed();
 }
 
 size_t WebHost::WindowCount() const {
@@ -199,6 +232,7 @@ void WebHost::CloseAll() {
     windows.swap(m_Windows);
   }
   for (auto& [id, window] : windows) window->Close();
+  if (!windows.empty()) Closed();
 }
 
 std::shared_ptr<WebWindow> WebHost::Find(const std::string& id) const {
@@ -305,6 +339,7 @@ WebReply WebHost::OpenWindow(const json& body) {
   if (reply.status != 200) {
     window->Close();
     window = nullptr;
+    Closed();
   }
   return done(std::move(reply));
 }
@@ -339,9 +374,11 @@ WebReply WebHost::ForWindow(const std::string& id, const std::string& verb, cons
   if (verb == "answer") return window->Answer(body, *rows);
   if (verb == "close") {
     WebReply reply = window->Close();
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    --m_Closing;
-    m_Closed.notify_all();
+    {
+      std::lock_guard<std::mutex> lock(m_Mutex);
+      --m_Closing;
+    }
+    Closed();
     return reply;
   }
   return WebReply::Error(404, "no such request " + verb);

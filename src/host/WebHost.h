@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -60,6 +61,10 @@ class WebHost {
     size_t maxWindows = 64;
     // How long a client may take to send one request, from its first byte to its last.
     std::chrono::milliseconds request{std::chrono::seconds(5)};
+    // The memory a closed window leaves goes back to the system this long after the close: a
+    // window opened meanwhile (a page that reloads, a form closed and opened again) takes it
+    // over instead of having it filled afresh.
+    std::chrono::milliseconds release{std::chrono::seconds(2)};
   };
   static constexpr size_t kMaxBody = 1 << 20;
   explicit WebHost(Options options, const FormRegistry* forms = nullptr);
@@ -73,6 +78,8 @@ class WebHost {
   size_t WindowCount() const;
   // Closes every open window (DoSaveFormStatus and Clear).
   void CloseAll();
+  // Gives the free memory that closed windows left back to the system now.
+  static void ReleaseMemory();
 
   // Binds the address; port 0 takes a free port. Gives the port, or -1 when it cannot bind.
   int Bind(const std::string& address, int port);
@@ -87,6 +94,9 @@ class WebHost {
   std::shared_ptr<WebWindow> Find(const std::string& id) const;
   // Closes the windows idle for longer than Options::idle.
   void CloseIdle();
+  // A window has closed: its memory is released Options::release from now, with that of the
+  // windows that close meanwhile.
+  void Closed();
 
   Options m_Options;
   const FormRegistry& m_Forms;
@@ -97,7 +107,9 @@ class WebHost {
   size_t m_Opening = 0;  // windows being opened just now, counted against maxWindows
   std::unique_ptr<httplib::Server> m_Server;
   bool m_Stopping = false;
-  std::thread m_Reaper;
+  // When the memory of closed windows is to be released; none while none is pending.
+  std::optional<std::chrono::steady_clock::time_point> m_ReleaseAt;
+  std::thread m_Reaper;  // closes idle windows and releases memory
 };
 
 // The page's files, built into the program: name ("index.html") and content.

@@ -1,7 +1,5 @@
 #include "host/WebWindow.h"
 
-#include <malloc.h>
-
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -32,10 +30,7 @@ WebWindow::~WebWindow() {
     open = !m_Closing;
   }
   if (open) Close();
-  if (m_Thread.joinable()) {
-    m_Thread.join();
-    malloc_trim(0);
-  }
+  if (m_Thread.joinable()) m_Thread.join();
 }
 
 // ---- the page's side -------------------------------------------------------------------------
@@ -172,10 +167,6 @@ WebReply WebWindow::Close() {
   m_Cv.notify_all();
   lock.unlock();
   if (m_Thread.joinable()) m_Thread.join();
-  // A large tree leaves its memory in the thread's malloc arena, and the thread's own cache of
-  // small blocks goes back there when it ends: now that it has, the free memory returns to the
-  // system, so that a server whose windows come and go does not keep what the largest took.
-  malloc_trim(0);
   return {200, {{"closed", m_Id}}};
 }
 

@@ -1,6 +1,9 @@
 #include "view/LargeMemory.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <mutex>
+#include <vector>
 
 #include <sys/mman.h>
 
@@ -13,10 +16,64 @@ size_t HugeBytes(size_t bytes) {
   size_t huge = (bytes + kHugePage - 1) / kHugePage * kHugePage;
   return huge - bytes <= bytes / 16 ? huge : 0;
 }
+
+// The blocks freed and kept, by the size they were mapped with; the windows' threads free and
+// take them at once.
+struct Kept {
+  void* block;
+  size_t mapped;
+};
+struct KeptBlocks {
+  std::mutex mutex;
+  bool keep = false;
+  size_t bytes = 0;
+  std::vector<Kept> blocks;
+};
+KeptBlocks& Keeper() {
+  static KeptBlocks* keeper = new KeptBlocks;  // never destroyed: blocks may be freed at exit
+  return *keeper;
+}
+
+// A kept block mapped with `mapped` bytes, taken from the kept ones; null when there is none.
+void* TakeKept(size_t mapped) {
+  KeptBlocks& k = Keeper();
+  std::lock_guard<std::mutex> lock(k.mutex);
+  auto it = std::find_if(k.blocks.begin(), k.blocks.end(), [&](const Kept& b) { return b.mapped == mapped; });
+  if (it == k.blocks.end()) return nullptr;
+  void* block = it->block;
+  k.bytes -= mapped;
+  *it = k.blocks.back();
+  k.blocks.pop_back();
+  return block;
+}
 }  // namespace
+
+void KeepFreedBlocks(bool keep) {
+  {
+    std::lock_guard<std::mutex> lock(Keeper().mutex);
+    Keeper().keep = keep;
+  }
+  if (!keep) ReleaseFreedBlocks();
+}
+
+void ReleaseFreedBlocks() {
+  std::vector<Kept> blocks;
+  {
+    std::lock_guard<std::mutex> lock(Keeper().mutex);
+    blocks.swap(Keeper().blocks);
+    Keeper().bytes = 0;
+  }
+  for (const Kept& b : blocks) munmap(b.block, b.mapped);
+}
+
+size_t FreedBlockBytes() {
+  std::lock_guard<std::mutex> lock(Keeper().mutex);
+  return Keeper().bytes;
+}
 
 void* MapLarge(size_t bytes) {
   size_t huge = HugeBytes(bytes);
+  if (void* kept = TakeKept(huge ? huge : bytes)) return kept;
   if (!huge) {
     void* p = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
     return p == MAP_FAILED ? nullptr : p;
@@ -40,7 +97,17 @@ void* MapLarge(size_t bytes) {
 
 void UnmapLarge(void* p, size_t bytes) {
   size_t huge = HugeBytes(bytes);
-  munmap(p, huge ? huge : bytes);
+  size_t mapped = huge ? huge : bytes;
+  {
+    KeptBlocks& k = Keeper();
+    std::lock_guard<std::mutex> lock(k.mutex);
+    if (k.keep && k.bytes + mapped <= kKeptBlocksMax) {
+      k.blocks.push_back({p, mapped});
+      k.bytes += mapped;
+      return;
+    }
+  }
+  munmap(p, mapped);
 }
 
 }  // namespace kmd::view

@@ -16,6 +16,7 @@
 #include "host/Setup.h"
 #include "host/WebHost.h"
 #include "support/FileText.h"
+#include "view/LargeMemory.h"
 
 namespace fs = std::filesystem;
 using nlohmann::json;
@@ -266,6 +267,30 @@ TEST_F(WebHostTest, WindowsThatNoPageNamesAreClosedWithTheirStatusSaved) {
   EXPECT_EQ(m_Host->WindowCount(), 1u);
   json r = Ok("POST", "/api/windows", {{"class", "JLDW"}});
   EXPECT_EQ(Control(r, "TV")->at("tree")["selectedKey"], "k3");
+}
+
+TEST_F(WebHostTest, AClosedWindowsLargeBlocksAreKeptForTheNextAndReleasedAfterAMoment) {
+  WebHost::Options options{m_Db, {"tester", (m_Dir / "home").string(), ""}};
+  options.release = std::chrono::milliseconds(200);
+  m_Host = std::make_unique<WebHost>(options);
+  // A block as a large tree frees it: kept, and given to the next taker of that size.
+  constexpr size_t kBlock = kmd::view::kHugePage;
+  void* block = kmd::view::MapLarge(kBlock);
+  ASSERT_NE(block, nullptr);
+  static_cast<char*>(block)[kBlock - 1] = 1;
+  kmd::view::UnmapLarge(block, kBlock);
+  EXPECT_EQ(kmd::view::FreedBlockBytes(), kBlock);
+  void* again = kmd::view::MapLarge(kBlock);
+  EXPECT_EQ(again, block);
+  EXPECT_EQ(kmd::view::FreedBlockBytes(), 0u);
+  kmd::view::UnmapLarge(again, kBlock);
+  // Nothing is released while no window closes; a close releases it all a moment later.
+  std::string w = Open("JLDW");
+  std::this_thread::sleep_for(std::chrono::milliseconds(400));
+  EXPECT_EQ(kmd::view::FreedBlockBytes(), kBlock);
+  Ok("POST", w + "/close");
+  for (int i = 0; i < 200 && kmd::view::FreedBlockBytes(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  EXPECT_EQ(kmd::view::FreedBlockBytes(), 0u);
 }
 
 // Real HTTP on 127.0.0.1: the page, and an API that acts only for it.

@@ -150,8 +150,8 @@ void PageMemory(benchmark::State& state) {
 
 // First in the run, so that no other benchmark's memory is counted in its start.
 BENCHMARK(PageMemory)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(1);
-BENCHMARK(PageOpen)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
-BENCHMARK(PageOpenReleased)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
+BENCHMARK(PageOpen)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(15);
+BENCHMARK(PageOpenReleased)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(9);
 BENCHMARK(PageRequests)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(21);
 
 }  // namespace

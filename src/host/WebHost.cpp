@@ -297,7 +297,7 @@ WebReply WebHost::OpenWindow(const json& body) {
   if (!entry) return WebReply::Error(404, "unknown form class " + cls->get<std::string>());
   auto rows = RowsOf({}, body);
   if (!rows) return WebReply::Error(400, "\"rows\" is [first, count]");
-  int32_t program = 0;
+  std::optional<int32_t> program;  // else the window looks it up
   std::string id;
   {
     // A page that reloads closes its windows and opens them again at once: the new window reads
@@ -321,17 +321,6 @@ WebReply WebHost::OpenWindow(const json& body) {
   if (auto p = body.find("program"); p != body.end()) {
     if (!p->is_number_integer()) return done(WebReply::Error(400, "\"program\" is no number"));
     program = p->get<int32_t>();
-  } else {
-    // The program id of the form's row in the program table, if it has one.
-    try {
-      db::QueryResult r;
-      db::Open(m_Options.database)
-          ->Run("SELECT ProgID FROM xt_objects WHERE ClassName = ? COLLATE NOCASE ORDER BY ProgID LIMIT 1",
-                {Value(entry->className)}, &r);
-      if (!r.rows.empty()) program = r.rows[0][0].ToLong();
-    } catch (const std::exception& e) {
-      return done(WebReply::Error(500, e.what()));
-    }
   }
   window = std::make_shared<WebWindow>(id, m_Forms, *entry, program,
                                        WebWindow::Options{m_Options.database, m_Options.user, m_Options.wait});

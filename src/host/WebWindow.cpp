@@ -17,8 +17,8 @@ using nlohmann::json;
 
 WebReply WebReply::Error(int status, const std::string& message) { return {status, {{"error", message}}}; }
 
-WebWindow::WebWindow(std::string id, const FormRegistry& forms, const FormRegistry::Entry& entry, int32_t programId,
-                     Options options)
+WebWindow::WebWindow(std::string id, const FormRegistry& forms, const FormRegistry::Entry& entry,
+                     std::optional<int32_t> programId, Options options)
     : m_Id(std::move(id)), m_Forms(forms), m_Entry(entry), m_ProgramId(programId), m_Options(std::move(options)) {
   m_Thread = std::thread([this] { Loop(); });
 }
@@ -55,7 +55,15 @@ WebReply WebWindow::Open(const RowRange& rows) {
         m_Form = m_Forms.Create(m_Entry.className, *this);
         if (!m_Form) throw ActionError{404, "unknown form class " + m_Entry.className};
         m_Form->SetEventSink(this);
-        bool ok = m_Form->Init(m_Context.get(), m_ProgramId, 0) && m_Form->Refresh();
+        int32_t program = m_ProgramId ? *m_ProgramId : 0;
+        if (!m_ProgramId) {
+          db::QueryResult r;
+          database->GetConnection().Run(
+              "SELECT ProgID FROM xt_objects WHERE ClassName = ? COLLATE NOCASE ORDER BY ProgID LIMIT 1",
+              {Value(m_Entry.className)}, &r);
+          if (!r.rows.empty()) program = r.rows[0][0].ToLong();
+        }
+        bool ok = m_Form->Init(m_Context.get(), program, 0) && m_Form->Refresh();
         m_Form->DoGetFormStatus();
         return json{{"result", ok}};
       },

@@ -47,8 +47,9 @@ class WebWindow : public view::Platform, public IFormEvents {
   };
 
   // Starts the window's thread; Open makes the form.
-  WebWindow(std::string id, const FormRegistry& forms, const FormRegistry::Entry& entry, int32_t programId,
-            Options options);
+  // Without a program id, the window takes that of the form's row in the program table, if any.
+  WebWindow(std::string id, const FormRegistry& forms, const FormRegistry::Entry& entry,
+            std::optional<int32_t> programId, Options options);
   // Closes the window if Close was not called.
   ~WebWindow() override;
   WebWindow(const WebWindow&) = delete;
@@ -121,7 +122,7 @@ class WebWindow : public view::Platform, public IFormEvents {
   const std::string m_Id;
   const FormRegistry& m_Forms;
   const FormRegistry::Entry m_Entry;
-  const int32_t m_ProgramId;
+  const std::optional<int32_t> m_ProgramId;
   const Options m_Options;
 
   // Owned by the window's thread.

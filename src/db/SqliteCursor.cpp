@@ -152,7 +152,9 @@ struct Batch {
 // A long read goes on in a thread of its own: once the loop has taken kAheadAfter rows, and while
 // this is the connection's only open cursor, a reader steps the statement and packs whole rows
 // into batches that the loop takes in turn, so that stepping the statement and the loop's own
-// work on each row (building a tree) share the machine's cores. The connection is used by one
+// work on each row (building a tree) share the machine's cores. A new thread takes a while to
+// run (tens of microseconds, on a virtual machine whose other core sleeps at times milliseconds):
+// the loop steps on by itself until the reader has started, then hands the statement over. The connection is used by one
 // thread at a time: before it runs anything else (another statement, a transaction's end, its
 // close) it stops the reader, which finishes the row it is on; the loop then takes the rows read
 // so far and steps the rest itself. A failure met by the reader is raised where the loop reaches it.
@@ -175,15 +177,15 @@ class SqliteCursor : public Cursor {
   const std::vector<std::string>& Columns() const override { return m_Columns; }
   bool Next(Row& row) override {
     if (m_Ahead && TakeAhead()) return Give(row, true);
+    if (m_Handover && m_Step == SQLITE_ROW && HandOver() && TakeAhead()) return Give(row, true);
     // A reader is started once, at the row that makes kAheadAfter; after it has ended the
     // statement stands where it left it: at its end, or after the last row it read.
-    if (m_Started && m_Step == SQLITE_ROW && ++m_Taken == kAheadAfter && m_Open->size() == 1 && Cores() > 1) {
+    if (m_Started && m_Step == SQLITE_ROW && ++m_Taken == kAheadAfter && m_Open->size() == 1 && Cores() > 1)
       StartReader();
-      if (m_Ahead && TakeAhead()) return Give(row, true);
-    }
     if (m_Started) m_Step = m_Step == SQLITE_ROW ? sqlite3_step(m_St) : m_Step;
     m_Started = true;
     if (m_Step == SQLITE_ROW) return Give(row, false);
+    if (m_Handover) CallOffHandover();  // the statement ended before the reader could take it
     m_Row = nullptr;
     if (m_Step != SQLITE_DONE && m_Error.empty()) m_Error = ErrorOf(sqlite3_db_handle(m_St));
     return false;
@@ -204,6 +206,7 @@ class SqliteCursor : public Cursor {
  private:
   static constexpr size_t kAheadAfter = 256;  // rows the loop steps itself before a reader starts
   static constexpr size_t kBatchRows = 64;
+  static constexpr size_t kFirstBatchRows = 16;  // the loop waits for the first batch: a short one
   static constexpr size_t kBatches = 32;     // at most this many batches read and not yet taken
   // A reader that had to sleep for want of room is woken when this many batches are free again:
   // a sleeping thread may take long to get a core back, so it is woken with room to spare.
@@ -246,20 +249,68 @@ class SqliteCursor : public Cursor {
     return true;
   }
 
+  // What the reader's thread and the loop know of the statement's handing over. A reader that
+  // finds the handing over called off before it ran ends without touching the cursor, which may
+  // be gone by then.
+  enum Handover : int { kStarting, kWaiting, kHandedOver, kCalledOff };
+
   void StartReader() {
-    m_Row = nullptr;  // the row given last is no longer current: nothing reads it any more
+    auto handover = std::make_shared<std::atomic<int>>(kStarting);
     try {
-      m_Reader = std::thread([this] { ReadAhead(); });
-      m_Ahead = true;
+      m_Reader = std::thread([this, handover] {
+        int starting = kStarting;
+        if (!handover->compare_exchange_strong(starting, kWaiting)) return;
+        // The loop looks at each row whether the reader waits: wait for it here, as it does,
+        // before going to sleep.
+        Spin([&] { return handover->load(std::memory_order_acquire) != kWaiting; });
+        {
+          std::unique_lock<std::mutex> lock(m_Mutex);
+          m_RoomCv.wait(lock, [&] { return handover->load(std::memory_order_acquire) != kWaiting; });
+        }
+        if (handover->load(std::memory_order_acquire) == kHandedOver) ReadAhead();
+      });
+      m_Handover = std::move(handover);
     } catch (const std::system_error&) {
       // No thread to be had: the loop steps on by itself.
     }
+  }
+
+  // Hands the statement over to the reader if it waits for it; then the rows come from it.
+  bool HandOver() {
+    if (m_Handover->load(std::memory_order_acquire) != kWaiting) return false;
+    m_Row = nullptr;  // the row given last is no longer current: nothing reads it any more
+    {
+      std::lock_guard<std::mutex> lock(m_Mutex);
+      m_Handover->store(kHandedOver, std::memory_order_release);
+    }
+    m_RoomCv.notify_all();
+    m_Handover.reset();
+    m_Ahead = true;
+    return true;
+  }
+
+  // Calls off a handing over not made yet: a reader that has not run yet is left to end by
+  // itself, one that waits is told and waited for.
+  void CallOffHandover() {
+    int starting = kStarting;
+    if (m_Handover->compare_exchange_strong(starting, kCalledOff)) {
+      m_Reader.detach();
+    } else {
+      {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        m_Handover->store(kCalledOff, std::memory_order_release);
+      }
+      m_RoomCv.notify_all();
+      m_Reader.join();
+    }
+    m_Handover.reset();
   }
 
   // The reader's loop: fills free batches with whole rows until the statement ends or fails, or
   // until it is asked to stop.
   void ReadAhead() {
     const int columns = static_cast<int>(m_Columns.size());
+    bool first = true;
     for (bool end = false; !end;) {
       std::unique_ptr<Batch> batch;
       {
@@ -286,8 +337,10 @@ class SqliteCursor : public Cursor {
         }
       }
       batch->Clear();
+      const size_t rows = first ? kFirstBatchRows : kBatchRows;
+      first = false;
       try {
-        while (batch->count < kBatchRows && !Stopping()) {
+        while (batch->count < rows && !Stopping()) {
           m_Step = sqlite3_step(m_St);
           if (m_Step != SQLITE_ROW) {
             if (m_Step != SQLITE_DONE) m_Error = ErrorOf(sqlite3_db_handle(m_St));
@@ -351,6 +404,7 @@ class SqliteCursor : public Cursor {
 
   // Has the reader stop after the row it is on; the rows it read stay to be taken.
   void StopReader() {
+    if (m_Handover) CallOffHandover();
     if (!m_Reader.joinable()) return;
     {
       // Set under the lock, so that a reader about to sleep on m_RoomCv sees it or is woken.
@@ -375,6 +429,7 @@ class SqliteCursor : public Cursor {
   // Reading ahead: the batches pass between the loop and the reader under m_Mutex.
   bool m_Ahead = false;  // rows are taken from the reader's batches
   std::thread m_Reader;
+  std::shared_ptr<std::atomic<int>> m_Handover;  // while the reader has started and not taken over
   std::mutex m_Mutex;
   std::condition_variable m_RowsCv;  // the loop waits here for rows
   std::condition_variable m_RoomCv;  // the reader waits here for free batches

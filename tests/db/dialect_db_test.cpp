@@ -254,6 +254,22 @@ TEST_F(DbTest, LongForwardOnlyReadKeepsItsRowsAcrossOtherStatementsAnEarlyCloseA
   EXPECT_EQ(n, 5000);
   EXPECT_EQ(database->CreateCommand("select count(*) from kmdskfs")->OpenRecordset()->Fields(0).ToLong(), 2);
 
+  // Reads that end, or meet another statement, about when the reader starts: whether it takes
+  // over the statement or is called off first, every row comes once, in order.
+  for (int rows = 254; rows <= 262; ++rows) {
+    for (int pause : {0, 1}) {
+      auto shortRead = database->CreateCommand(numbers + "SELECT i FROM s WHERE i <= " + std::to_string(rows))->OpenForwardOnly();
+      for (n = 0; !shortRead->Eof(); shortRead->MoveNext()) {
+        ASSERT_EQ(shortRead->Fields(0).ToLong(), ++n);
+        if (pause && n == 257) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        if (rows == 262 && n == 258 + pause) {
+          ASSERT_EQ(database->CreateCommand("select count(*) from kmdskfs")->OpenRecordset()->Fields(0).ToLong(), 2);
+        }
+      }
+      ASSERT_EQ(n, rows) << pause;
+    }
+  }
+
   // Closed while rows are still being read: the connection serves the next statement.
   rs = database->CreateCommand(numbers + "SELECT i FROM s")->OpenForwardOnly();
   for (n = 0; n < 1000; ++n) rs->MoveNext();

@@ -1,5 +1,6 @@
 #pragma once
 #include <string>
+#include <string_view>
 
 #include "base/Value.h"
 #include "hierarchies/CodeRule.h"
@@ -14,6 +15,6 @@ namespace kmd {
 // of the first deeper row that needs it; loads sort by level first, so that a row that has its own
 // level comes before its descendants. A code that fits no level of the rule adds nothing.
 void AddCodeLevels(cTreeView& tv, const ICodeRule& codeRule, const std::string& rule, const std::string& code,
-                   const std::string& name, const Value& id);
+                   std::string_view name, const Value& id);
 
 }  // namespace kmd

@@ -54,7 +54,7 @@ bool CodedHierarchy::HasRow(const std::string& sql) {
   return found;
 }
 
-NodePtr CodedHierarchy::AddRecordNode(const NodeRef& parent, const std::string& code, const std::string& name,
+NodePtr CodedHierarchy::AddRecordNode(const NodeRef& parent, const std::string& code, std::string_view name,
                                       const Value& id) {
   return m_Tv->NodeAdd(parent, view::tvwChild, text::Concat({"k", code}), text::Concat({code, "  ", name}), Value(),
                        Value(), id);
@@ -96,9 +96,11 @@ void CodedHierarchy::AddRoots() {
 }
 
 void CodedHierarchy::LoadRecord(db::Recordset& rs) {
-  std::string code = text::Trim(Str(rs, m_CodeColumn));
-  std::string name = Str(rs, m_NameColumn);
-  Value id = rs.Fields(m_IdColumn);
+  // The texts are read where the row holds them; only the code is copied, trimmed.
+  std::string room;
+  std::string code = text::Trim(rs.Fields(m_CodeColumn).TextView(room));
+  std::string_view name = rs.Fields(m_NameColumn).TextView(room);
+  const Value& id = rs.Fields(m_IdColumn);
   if (m_LoadFillsGaps) {
     // Every level of the code gets a node; a missing one borrows this record's name and id.
     AddCodeLevels(*m_Tv, *m_CodeRule, m_Rule, code, name, id);
@@ -107,7 +109,7 @@ void CodedHierarchy::LoadRecord(db::Recordset& rs) {
   // A parent comes before its children by the load's order; a missing parent leaves it out.
   bool firstLevel = text::Len(code) == static_cast<size_t>(m_CodeRule->LevelLength(1, m_Rule));
   std::string parentKey = firstLevel ? FirstLevelParentKey(rs) : "k" + m_CodeRule->ParentCode(code, m_Rule);
-  AddRecordNode(NodeRef(parentKey), code, name, id);
+  AddRecordNode(NodeRef(std::move(parentKey)), code, name, id);
 }
 
 void CodedHierarchy::SelectAfterLoad() {

@@ -184,7 +184,7 @@ class CodedHierarchy : public Form {
   view::TextField* AddField(const std::string& name, int index, const std::string& caption = "");
   view::Label* AddCaption(const std::string& caption);
   // Makes the record's node under `parent`: key "k" and the code, text code and name, tag id.
-  NodePtr AddRecordNode(const NodeRef& parent, const std::string& code, const std::string& name, const Value& id);
+  NodePtr AddRecordNode(const NodeRef& parent, const std::string& code, std::string_view name, const Value& id);
   void InitProperties();
 
  private:

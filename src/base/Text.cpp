@@ -1,8 +1,11 @@
 #include "base/Text.h"
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace kmd::text {
 
@@ -167,18 +170,36 @@ NoCaseFinder::NoCaseFinder(std::string_view pattern) : m_Upper(UCase(pattern)), 
 }
 
 bool NoCaseFinder::In(std::string_view s) const {
-  size_t n = m_Upper.size();
+  const size_t n = m_Upper.size();
   if (n == 0) return true;
   if (s.size() < n) return false;
   const char* upper = m_Upper.data();
   const char* mask = m_Mask.data();
-  const char first = upper[0], firstMask = mask[0];
-  for (const char *p = s.data(), *end = s.data() + (s.size() - n); p <= end; ++p) {
-    if ((*p & firstMask) != first) continue;
-    size_t k = 1;
-    while (k < n && (p[k] & mask[k]) == upper[k]) ++k;
-    if (k == n) return true;
+  const char* text = s.data();
+  const size_t last = s.size() - n;  // the last place the pattern may start
+  auto matchAt = [&](size_t at) {
+    size_t k = 0;
+    while (k < n && (text[at + k] & mask[k]) == upper[k]) ++k;
+    return k == n;
+  };
+  size_t at = 0;
+  if constexpr (std::endian::native == std::endian::little) {
+    // Eight places at a time: the bytes of a word that hold the pattern's first character (in
+    // either case) come out as zero bytes, and the zero-byte test marks them (and at most a few
+    // more after a zero, which matchAt turns down).
+    constexpr uint64_t kOnes = 0x0101010101010101ULL, kHighs = 0x8080808080808080ULL;
+    const uint64_t firstMask = kOnes * static_cast<unsigned char>(mask[0]);
+    const uint64_t first = kOnes * static_cast<unsigned char>(upper[0]);
+    for (; at + 8 <= last + 1; at += 8) {
+      uint64_t word;
+      std::memcpy(&word, text + at, sizeof word);
+      uint64_t x = (word & firstMask) ^ first;
+      for (uint64_t marks = (x - kOnes) & ~x & kHighs; marks; marks &= marks - 1)
+        if (matchAt(at + static_cast<size_t>(__builtin_ctzll(marks)) / 8)) return true;
+    }
   }
+  for (; at <= last; ++at)
+    if (matchAt(at)) return true;
   return false;
 }
 

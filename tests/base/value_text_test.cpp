@@ -83,3 +83,26 @@ TEST(Text, NoCaseFinderFoldsLatinLettersOnly) {
   EXPECT_TRUE(text::NoCaseFinder("单位").In("计量单位"));
   EXPECT_TRUE(text::NoCaseFinder("").In(""));
 }
+
+TEST(Text, NoCaseFinderFindsWhatAPlainSearchOfTheUpperCasedTextsFinds) {
+  // Texts and patterns of few characters, so that matches, near misses and places at every
+  // offset of a word (and at the very end) all come up.
+  const std::string alphabet = "aAbB@`\xC1\xE1";
+  uint32_t seed = 12345;
+  auto next = [&] { return seed = seed * 1103515245u + 12345u, (seed >> 16) % 32768u; };
+  auto make = [&](size_t length) {
+    std::string s;
+    for (size_t i = 0; i < length; ++i) s += alphabet[next() % alphabet.size()];
+    return s;
+  };
+  int found = 0;
+  for (int round = 0; round < 20000; ++round) {
+    std::string pattern = make(1 + next() % 4);
+    std::string haystack = make(next() % 40);
+    bool expected = text::UCase(haystack).find(text::UCase(pattern)) != std::string::npos;
+    ASSERT_EQ(text::NoCaseFinder(pattern).In(haystack), expected) << pattern << " in " << haystack;
+    found += expected;
+  }
+  EXPECT_GT(found, 1000);
+  EXPECT_LT(found, 19000);
+}

@@ -237,6 +237,9 @@ class SqliteCursor : public Cursor {
 #endif
       }
       if (std::chrono::steady_clock::now() >= until) return ready();
+      // The other side may be waiting for this core (a busy machine, or one core to share):
+      // it gets it now, and when it has a core of its own this returns at once.
+      std::this_thread::yield();
     }
   }
 

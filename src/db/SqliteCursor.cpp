@@ -154,10 +154,11 @@ struct Batch {
 // into batches that the loop takes in turn, so that stepping the statement and the loop's own
 // work on each row (building a tree) share the machine's cores. A new thread takes a while to
 // run (tens of microseconds, on a virtual machine whose other core sleeps at times milliseconds):
-// the loop steps on by itself until the reader has started, then hands the statement over. The connection is used by one
-// thread at a time: before it runs anything else (another statement, a transaction's end, its
-// close) it stops the reader, which finishes the row it is on; the loop then takes the rows read
-// so far and steps the rest itself. A failure met by the reader is raised where the loop reaches it.
+// the loop steps on by itself until the reader has started, then hands the statement over. The
+// connection is used by one thread at a time: before it runs anything else (another statement, a
+// transaction's end, its close) it stops the reader, which finishes the row it is on; the loop
+// then takes the rows read so far and steps the rest itself. A failure met by the reader is raised
+// where the loop reaches it.
 class SqliteCursor : public Cursor {
  public:
   // The statement keeps its connection's handle open (a closed connection waits for its

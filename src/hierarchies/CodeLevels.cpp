@@ -11,8 +11,8 @@ void AddCodeLevels(cTreeView& tv, const ICodeRule& codeRule, const std::string& 
     std::string prefix = text::Left(code, static_cast<size_t>(codeRule.LevelLength(l, rule)));
     // NodeKeyExists: the key compared exactly.
     if (tv.ctrl()->FindKey("k" + prefix)) continue;
-    tv.NodeAdd(NodeRef("k" + codeRule.ParentCode(prefix, rule)), view::tvwChild, "k" + prefix, text::Concat({prefix, "  ", name}),
-               Value(), Value(), id);
+    tv.NodeAdd(NodeRef("k" + codeRule.ParentCode(prefix, rule)), view::tvwChild, "k" + prefix,
+               text::Concat({prefix, "  ", name}), Value(), Value(), id);
   }
 }
 

@@ -144,7 +144,7 @@ WebHost::WebHost(Options options, const FormRegistry* forms)
   // come and go. The threads' own caches of small blocks keep contention low.
   mallopt(M_ARENA_MAX, 1);
   // A closed window's large blocks wait for the release with the rest of its memory.
-  view::KeepFreedBlocks(true);
+  view::KeepFreedBlocks();
   auto every = std::clamp(m_Options.idle / 2, std::chrono::milliseconds(10), std::chrono::milliseconds(30000));
   m_Reaper = std::thread([this, every] {
     std::unique_lock<std::mutex> lock(m_Mutex);

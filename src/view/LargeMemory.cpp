@@ -48,12 +48,9 @@ void* TakeKept(size_t mapped) {
 }
 }  // namespace
 
-void KeepFreedBlocks(bool keep) {
-  {
-    std::lock_guard<std::mutex> lock(Keeper().mutex);
-    Keeper().keep = keep;
-  }
-  if (!keep) ReleaseFreedBlocks();
+void KeepFreedBlocks() {
+  std::lock_guard<std::mutex> lock(Keeper().mutex);
+  Keeper().keep = true;
 }
 
 void ReleaseFreedBlocks() {

@@ -23,7 +23,8 @@ void UnmapLarge(void* p, size_t bytes);
 // host takes back what its guest frees, fresh memory costs that host's faults as well. The server
 // gives kept blocks back with ReleaseFreedBlocks a little after its windows close.
 constexpr size_t kKeptBlocksMax = size_t{256} << 20;
-void KeepFreedBlocks(bool keep);
+// From now on this process keeps freed blocks.
+void KeepFreedBlocks();
 // Unmaps every kept block.
 void ReleaseFreedBlocks();
 // The bytes of the blocks kept now.

@@ -12,6 +12,8 @@
 #include <system_error>
 #include <thread>
 
+#include <sched.h>
+
 namespace kmd::db::sqlite {
 
 // A column is read through its value object: one call finds the column, and the type, the
@@ -244,6 +246,22 @@ class SqliteCursor : public Cursor {
     }
   }
 
+  // Keeps the calling thread off the core `cpu` runs on, where it has another core to run on.
+  // The system tends to start a thread on the core of the thread that woke it; a reader started
+  // there takes turns with the loop on one core, the other one idle, for as long as neither
+  // sleeps (a load of 100,000 regions then takes 50 ms instead of 30).
+  static void AvoidCore(int cpu) {
+#ifdef __linux__
+    cpu_set_t allowed;
+    if (cpu < 0 || cpu >= CPU_SETSIZE || sched_getaffinity(0, sizeof allowed, &allowed) != 0) return;
+    if (!CPU_ISSET(cpu, &allowed) || CPU_COUNT(&allowed) < 2) return;
+    CPU_CLR(cpu, &allowed);
+    sched_setaffinity(0, sizeof allowed, &allowed);
+#else
+    (void)cpu;
+#endif
+  }
+
   // Makes `row` the current row, its values to be read from the batch or from the statement.
   bool Give(Row& row, bool fromBatch) {
     row.resize(m_Columns.size());
@@ -261,7 +279,13 @@ class SqliteCursor : public Cursor {
   void StartReader() {
     auto handover = std::make_shared<std::atomic<int>>(kStarting);
     try {
-      m_Reader = std::thread([this, handover] {
+#ifdef __linux__
+      const int loopCore = sched_getcpu();
+#else
+      const int loopCore = -1;
+#endif
+      m_Reader = std::thread([this, handover, loopCore] {
+        AvoidCore(loopCore);
         int starting = kStarting;
         if (!handover->compare_exchange_strong(starting, kWaiting)) return;
         // The loop looks at each row whether the reader waits: wait for it here, as it does,

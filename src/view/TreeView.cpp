@@ -408,14 +408,16 @@ const TreeView::NodeList& TreeView::VisibleRows() const {
   // Room for every node at once: the list does not grow through copies into fresh memory.
   m_Rows.reserve(m_All.size());
   ++m_RowsStamp;
-  std::vector<Node*> stack;
-  for (Node* r = m_LastRoot; r; r = r->m_PrevSib) stack.push_back(r);
-  while (!stack.empty()) {
-    Node* n = stack.back();
-    stack.pop_back();
+  // Down to the first child of an expanded node, else on to the next sibling of the node or of
+  // its nearest ancestor that has one: each node is read once, its siblings beside it in memory.
+  for (Node* n = m_FirstRoot; n;) {
     m_Rows.push_back(n);
-    if (n->m_Expanded)
-      for (Node* c = n->m_LastChild; c; c = c->m_PrevSib) stack.push_back(c);
+    if (n->m_Expanded && n->m_FirstChild) {
+      n = n->m_FirstChild;
+      continue;
+    }
+    while (n && !n->m_NextSib) n = n->m_Parent;
+    if (n) n = n->m_NextSib;
   }
   m_RowsValid = true;
   return m_Rows;

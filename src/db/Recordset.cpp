@@ -196,4 +196,8 @@ void Recordset::Update() {
   m_Original = m_Rows[m_Pos];
 }
 
+std::string Str(const Recordset& rs, const std::string& column) { return rs.Fields(column).ToText(); }
+
+double Num(const Recordset& rs, const std::string& column) { return text::Val(rs.Fields(column).ToText()); }
+
 }  // namespace kmd::db

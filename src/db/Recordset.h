@@ -90,4 +90,9 @@ class Recordset {
 
 using RecordsetPtr = std::shared_ptr<Recordset>;
 
+// A field of the current row as the forms read it: its text (Null is ""), or its number as Val
+// reads that text (Null and texts that are no number are 0). Same errors as Fields.
+std::string Str(const Recordset& rs, const std::string& column);
+double Num(const Recordset& rs, const std::string& column);
+
 }  // namespace kmd::db

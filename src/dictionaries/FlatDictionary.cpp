@@ -39,12 +39,6 @@ void FlatDictionary::AddIdLabel(const std::string& name, int index, const std::s
   m_IdLabel = m_Controls.Add<view::Label>(name, index);
 }
 
-double FlatDictionary::Num(db::Recordset& rs, const std::string& column) {
-  return text::Val(rs.Fields(column).ToText());
-}
-
-std::string FlatDictionary::Str(db::Recordset& rs, const std::string& column) { return rs.Fields(column).ToText(); }
-
 std::string FlatDictionary::Code() const { return text::Trim(qnT(0).Text()); }
 
 view::TextField& FlatDictionary::NameField() const { return m_CodeColumn.empty() ? qnT(0) : qnT(1); }

@@ -155,9 +155,6 @@ class FlatDictionary : public Form {
   // A duplicate box, then the focus to the field (when one is given).
   void RefuseDuplicate(const std::string& text, view::TextField* focus, int style = view::vbExclamation,
                        const std::string& title = "提示：");
-  // Numeric reading of a column's value "& """, i.e. Null is 0.
-  static double Num(db::Recordset& rs, const std::string& column);
-  static std::string Str(db::Recordset& rs, const std::string& column);
   std::string Code() const;  // trimmed qnT(0)
   std::string Name() const;  // trimmed name field
   // The field that holds the name (qnT(1), or qnT(0) where there is no code column).

@@ -19,8 +19,6 @@ const char* const kFieldCaptions[] = {"雇员编号", "姓名",     "出生日�
                                       "家庭地址", "家庭电话", "所属部门",     "职务",           "职员类别", "雇佣日期",
                                       "工资帐号", "紧急联系人姓名", "紧急联系电话", "备注", "手机",     "mail"};
 
-std::string Str(db::Recordset& rs, const std::string& column) { return rs.Fields(column).ToText(); }
-
 }  // namespace
 
 GY::GY(view::Platform& platform) : Form("GY", platform) {

@@ -36,10 +36,6 @@ view::Label* CodedHierarchy::AddCaption(const std::string& caption) {
   return m_Controls.Add<view::Label>("Label" + std::to_string(++m_CaptionCount), -1, caption);
 }
 
-double CodedHierarchy::Num(db::Recordset& rs, const std::string& column) {
-  return text::Val(rs.Fields(column).ToText());
-}
-
 std::string CodedHierarchy::ParentText() const { return text::Trim(m_ParentLabel->Caption()); }
 std::string CodedHierarchy::Segment() const { return text::Trim(m_SegmentBox->Text()); }
 std::string CodedHierarchy::FullCode() const { return ParentText() + Segment(); }

@@ -177,8 +177,6 @@ class CodedHierarchy : public Form {
   int32_t EditingId() const;       // the id label's number
   // True when the statement gives a row.
   bool HasRow(const std::string& sql);
-  static std::string Str(db::Recordset& rs, const std::string& column) { return rs.Fields(column).ToText(); }
-  static double Num(db::Recordset& rs, const std::string& column);
   // Adds a label, a text field or an option whose user input sets m_IsDirty.
   view::Label* AddLabel(const std::string& name, int index, const std::string& caption = "");
   view::TextField* AddField(const std::string& name, int index, const std::string& caption = "");

@@ -9,8 +9,6 @@ namespace {
 // By 组织类型 1 to 4.
 const char* const kRoots[] = {"管理部门", "公司仓库", "生产车间", "其他部门"};
 
-std::string Str(db::Recordset& rs, const std::string& column) { return rs.Fields(column).ToText(); }
-
 std::string LoadSql(int32_t filter) {
   if (filter < 1) return "select 部门编码,部门名称,部门ID,组织类型 from kmdbm order by 级次,部门编码";
   return "select 部门编码,部门名称,部门ID,组织类型 from kmdbm where 组织类型=" + std::to_string(filter) +

@@ -11,8 +11,6 @@ namespace {
 
 const char* const kNotDetail = "不能删除非明细级的对象，请检查后重试!";
 
-std::string Str(db::Recordset& rs, const std::string& column) { return rs.Fields(column).ToText(); }
-
 [[noreturn]] void NotSet() { throw RuntimeError("Object variable or With block variable not set"); }
 
 }  // namespace

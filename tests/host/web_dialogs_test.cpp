@@ -70,13 +70,20 @@ class WebDialogs : public testing::Test {
     fs::remove_all(m_Dir);
   }
   kmd::host::WebReply Post(const std::string& path, const json& body) { return m_Host->Handle({"POST", path, {}, body.dump()}); }
+  // The host answers "busy" when the form takes longer than its wait (a slow or instrumented
+  // build): the page then looks again until the form is done, and so do these tests.
+  kmd::host::WebReply Settled(kmd::host::WebReply r) {
+    for (int i = 0; i < 100 && r.status == 200 && r.body.value("busy", false); ++i)
+      r = m_Host->Handle({"GET", m_Window, {}, ""});
+    return r;
+  }
   json Click(const std::string& button) {
-    auto r = Post(m_Window + "/action", {{"kind", "click"}, {"control", button}});
+    auto r = Settled(Post(m_Window + "/action", {{"kind", "click"}, {"control", button}}));
     EXPECT_EQ(r.status, 200) << r.body.dump();
     return r.body;
   }
   kmd::host::WebReply Answer(const json& reply, const json& answer) {
-    return Post(m_Window + "/answer", {{"dialog", reply["dialog"]["id"]}, {"answer", answer}});
+    return Settled(Post(m_Window + "/answer", {{"dialog", reply["dialog"]["id"]}, {"answer", answer}}));
   }
   static std::string Result(const json& reply) {
     for (const auto& c : reply["view"]["controls"])
@@ -154,7 +161,7 @@ TEST_F(WebDialogs, OpenedFileGoesToThePageAsADownload) {
 }
 
 TEST_F(WebDialogs, LongWorkAnswersBusyAndTheNextLookGetsTheResult) {
-  json r = Click("cmdSlow");
+  json r = Post(m_Window + "/action", {{"kind", "click"}, {"control", "cmdSlow"}}).body;
   EXPECT_EQ(r["busy"], true);
   EXPECT_EQ(Post(m_Window + "/action", {{"kind", "click"}, {"control", "cmdColour"}}).status, 409);
   kmd::host::WebReply view{200, {{"busy", true}}};

@@ -272,7 +272,6 @@ std::string FromUtf16(std::u16string_view s) {
   return out;
 }
 
-namespace {
 // Codes and keys are mostly ASCII, where a character is a byte: the helpers below then cut the
 // text as it is instead of converting it there and back.
 bool IsAscii(std::string_view s) {
@@ -280,7 +279,6 @@ bool IsAscii(std::string_view s) {
     if (static_cast<unsigned char>(c) >= 0x80) return false;
   return true;
 }
-}  // namespace
 
 size_t Len(std::string_view s) {
   // UTF-16 units, as the suite counts them, without making the UTF-16 text.

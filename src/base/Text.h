@@ -54,6 +54,8 @@ class NoCaseFinder {
 std::u16string ToUtf16(std::string_view s);
 std::string FromUtf16(std::u16string_view s);
 size_t Len(std::string_view s);
+// True when every byte is below 0x80: a character is then a byte and a code unit.
+bool IsAscii(std::string_view s);
 std::string Left(std::string_view s, size_t n);
 std::string Right(std::string_view s, size_t n);
 // 1-based start, like Mid; npos length takes the rest.

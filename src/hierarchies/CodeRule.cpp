@@ -28,15 +28,18 @@ int16_t ICodeRule::CodeLevel(const std::string& code, const std::string& rule) c
   return 0;
 }
 
-std::string ICodeRule::ParentCode(const std::string& code, const std::string& rule) const {
-  size_t length = text::Len(code);
+size_t ICodeRule::ParentLength(size_t length, const std::string& rule) const {
   size_t best = 0, sum = 0;
   for (char c : rule) {
     sum += static_cast<size_t>(Digit(c));
     if (sum >= length) break;
     best = sum;
   }
-  return text::Left(code, best);
+  return best;
+}
+
+std::string ICodeRule::ParentCode(const std::string& code, const std::string& rule) const {
+  return text::Left(code, ParentLength(text::Len(code), rule));
 }
 
 bool ICodeRule::IsValidCode(const std::string& code, const std::string& rule) const {

@@ -15,6 +15,8 @@ class ICodeRule {
  public:
   // The code less its last segment; "" for a first-level code and for the empty code.
   std::string ParentCode(const std::string& code, const std::string& rule) const;
+  // The length of the parent code of a code of `length` (as ParentCode gives it).
+  size_t ParentLength(size_t length, const std::string& rule) const;
   // The lowest level the code fits; 0 for the empty code and for a code that fits no level.
   int16_t CodeLevel(const std::string& code, const std::string& rule) const;
   // Summed length of the segments 1 to level; 0 for level 0 or below, the whole rule's length

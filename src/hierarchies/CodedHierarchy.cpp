@@ -103,8 +103,13 @@ void CodedHierarchy::LoadRecord(db::Recordset& rs) {
     return;
   }
   // A parent comes before its children by the load's order; a missing parent leaves it out.
-  bool firstLevel = text::Len(code) == static_cast<size_t>(m_CodeRule->LevelLength(1, m_Rule));
-  std::string parentKey = firstLevel ? FirstLevelParentKey(rs) : "k" + m_CodeRule->ParentCode(code, m_Rule);
+  // A code of single bytes (the usual one) is cut where it stands.
+  size_t length = text::Len(code);
+  bool firstLevel = length == static_cast<size_t>(m_CodeRule->LevelLength(1, m_Rule));
+  std::string parentKey;
+  if (firstLevel) parentKey = FirstLevelParentKey(rs);
+  else if (text::IsAscii(code)) parentKey.append("k").append(code, 0, m_CodeRule->ParentLength(length, m_Rule));
+  else parentKey = "k" + m_CodeRule->ParentCode(code, m_Rule);
   AddRecordNode(NodeRef(std::move(parentKey)), code, name, id);
 }
 
